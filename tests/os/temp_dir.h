@@ -1,0 +1,39 @@
+// A directory of a test's own, gone with it, and whole files in it.
+#pragma once
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <random>
+#include <string>
+
+class TempDir {
+public:
+    TempDir() {
+        std::random_device random;
+        do
+            path_ = std::filesystem::temp_directory_path() / ("k274-os-" + std::to_string(random()));
+        while (!std::filesystem::create_directory(path_));
+    }
+    ~TempDir() {
+        std::error_code ignored;
+        std::filesystem::remove_all(path_, ignored);
+    }
+    TempDir(const TempDir &) = delete;
+    TempDir &operator=(const TempDir &) = delete;
+
+    std::string File(const std::string &name) const { return (path_ / name).string(); }
+    const std::filesystem::path &Path() const { return path_; }
+
+private:
+    std::filesystem::path path_;
+};
+
+inline void PutFile(const std::string &path, const std::string &bytes) {
+    std::ofstream(path, std::ios::binary) << bytes;
+}
+
+inline std::string TakeFile(const std::string &path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
