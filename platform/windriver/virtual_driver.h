@@ -1,0 +1,74 @@
+// One opened driver that serves the virtual scanner: tells the host of its coming and going on a thread of
+// its own, and takes the host's transfers to it, through the faults that tests have armed.
+#pragma once
+
+#include "platform/windriver/status.h"
+#include "platform/windriver/wdapi.h"
+#include "scanner/firmware/scanner.h"
+
+#include <memory>
+#include <optional>
+#include <thread>
+
+namespace wdapi {
+
+constexpr uint32_t kOutPipe = 2, kInPipe = 0x81;
+
+class VirtualDriver : public std::enable_shared_from_this<VirtualDriver> {
+public:
+    VirtualDriver(scanner::Scanner &scanner, const WDU_MATCH_TABLE *tables, uint32_t count,
+                  const WDU_EVENT_TABLE &events);
+
+    /// Starts the driver's thread.
+    void Start();
+    /// Waits until the host has been told of a scanner that is there already, so that a host which sends
+    /// something at once finds it. Not for ever: the host's callback may want what the caller holds.
+    void AwaitFirstNews();
+    /// Ends transfers under way and the driver's thread. No callback runs after it has returned, and the
+    /// host, which is taking everything down, is not told of a detach.
+    void Stop();
+
+    struct Transfer {
+        uint32_t pipe;
+        bool read;
+        uint8_t *buffer;
+        uint32_t size;
+        uint32_t *transferred;
+        uint32_t timeoutMs; // 0: no limit
+    };
+    uint32_t Run(const void *device, const Transfer &transfer);
+    uint32_t ResetPipe(const void *device, uint32_t pipe);
+    uint32_t ResetDevice(const void *device, uint32_t options);
+
+private:
+    using Lock = std::unique_lock<std::mutex>;
+    using TimePoint = scanner::Clock::TimePoint;
+
+    void Deliver();
+    void TellDetached(Lock &lock);
+    void TellAttached(Lock &lock);
+    Status Check(const void *device) const;
+    Status WaitFor(Lock &lock, TimePoint moment, const void *device);
+    std::optional<uint32_t> Prevented(Lock &lock, const void *device, const VS_Fault &fault,
+                                      TimePoint deadline);
+    uint32_t Send(Lock &lock, const void *device, const Transfer &transfer, TimePoint deadline);
+    uint32_t Receive(Lock &lock, const void *device, const Transfer &transfer, TimePoint deadline);
+    uint32_t Fetch(Lock &lock, const void *device, const Transfer &transfer, TimePoint deadline);
+
+    scanner::Scanner &scanner_;
+    const WDU_EVENT_TABLE events_;
+    bool matches_ = false;
+    WDU_ALTERNATE_SETTING setting_{};
+    WDU_INTERFACE interface_{};
+    WDU_DEVICE info_{};
+    std::thread thread_;
+
+    // Under the scanner's mutex from here on.
+    bool closing_ = false, newsTold_ = false;
+    uint32_t told_ = 0;            // connection that the host knows of, 0: none
+    bool accepted_ = false;        // and wants
+    const void *handle_ = nullptr; // its handle
+    unsigned lastCommand_ = 0;     // code of the last command sent: the one that a reply belongs to
+};
+
+} // namespace wdapi

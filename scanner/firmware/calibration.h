@@ -1,0 +1,27 @@
+// The calibration record: how bright the white target was at every sensor position under every light.
+#pragma once
+
+#include "scanner/optics/optics.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+namespace scanner {
+
+constexpr size_t kCalibrationBytes = 8 + kResponseBytes; // length, checksum, responses
+
+class CalibrationRecord {
+public:
+    explicit CalibrationRecord(const WhiteResponse &lamps) { Follow(lamps); }
+    /// The record that describes the lamps truly.
+    void Follow(const WhiteResponse &lamps);
+    /// Any bytes, sound or not; what is missing is zero, what is too much is left out.
+    void Set(const uint8_t *record, size_t size);
+    const std::array<uint8_t, kCalibrationBytes> &Bytes() const { return bytes_; }
+
+private:
+    std::array<uint8_t, kCalibrationBytes> bytes_{};
+};
+
+} // namespace scanner

@@ -1,0 +1,43 @@
+// Everything that the scanner knows, in one place, for the handlers of its commands.
+#pragma once
+
+#include "scanner/firmware/calibration.h"
+#include "scanner/firmware/clock.h"
+#include "scanner/firmware/device_log.h"
+#include "scanner/firmware/event_queue.h"
+#include "scanner/firmware/line_server.h"
+#include "scanner/firmware/packet.h"
+#include "scanner/firmware/status_machine.h"
+#include "scanner/virtual_scanner.h"
+
+#include <array>
+#include <memory>
+
+namespace scanner {
+
+constexpr int kAfeWords = 26;
+using AfeRegisters = std::array<uint16_t, kAfeWords>;
+extern const AfeRegisters kFactoryAfe;
+extern const VS_Identity kFactoryIdentity;
+
+struct DeviceState {
+    DeviceState(const Clock &deviceClock, DeviceLog &deviceLog) : clock(deviceClock), log(deviceLog) {}
+
+    const Clock &clock;
+    DeviceLog &log;
+    EventQueue events;
+    StatusMachine status{clock, events, log};
+    LineServer lines;
+    CalibrationRecord calibration{lines.Lamps()};
+    AfeRegisters afe = kFactoryAfe;
+    VS_Identity identity = kFactoryIdentity;
+    VS_Observed observed{};
+    std::shared_ptr<const Card> slot; // waits to be drawn in
+    bool doorOpen = false;
+    bool resetNotice = false;  // the host has not been told of the last reset
+    double poweredOn = 0;      // scanner's time
+    uint32_t lastLogged = ~0u; // word and reply kind of the last poll in the log
+    Reply reply;
+};
+
+} // namespace scanner

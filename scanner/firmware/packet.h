@@ -1,0 +1,66 @@
+// Packets on the wire: numbers are little-endian at fixed offsets, a command is at most one header of 256
+// bytes, a reply is put together in one buffer that lives as long as the scanner.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace scanner {
+
+constexpr size_t kShortHeaderBytes = 24;  // the part of a header that line requests consist of
+constexpr size_t kHeaderBytes = 256;      // a whole command, a plain reply, the header before data
+constexpr size_t kMaxReplyBytes = 196608; // the longest transfer that a host makes room for
+
+inline uint16_t Get16(const uint8_t *bytes) { return static_cast<uint16_t>(bytes[0] | bytes[1] << 8); }
+inline uint32_t Get32(const uint8_t *bytes) {
+    return Get16(bytes) | static_cast<uint32_t>(Get16(bytes + 2)) << 16;
+}
+inline void Put16(uint8_t *bytes, unsigned value) {
+    bytes[0] = static_cast<uint8_t>(value);
+    bytes[1] = static_cast<uint8_t>(value >> 8);
+}
+inline void Put32(uint8_t *bytes, uint32_t value) {
+    Put16(bytes, value & 0xFFFF);
+    Put16(bytes + 2, value >> 16);
+}
+
+/// A command as it came in. Bytes that did not come are zero.
+struct Command {
+    std::array<uint8_t, kHeaderBytes> bytes{};
+    size_t size = 0; // of the whole transfer, data included
+    uint8_t code = 0, sub = 0;
+    uint16_t word0 = 0, word1 = 0;
+    uint32_t sequence = 0;
+    uint8_t arg[4] = {};
+    uint32_t dword0 = 0;
+};
+Command ParseCommand(const uint8_t *bytes, size_t size);
+
+/// What the host learns from a reply; it counts as said only when the reply has been taken.
+enum class Tells { Nothing, Status, StatusAndReset, Event, RgbBlock };
+
+/// The reply that waits to be read. There is at most one: a new command drops an unread reply.
+class Reply {
+public:
+    Reply();
+    /// Begins a reply of `size` zero bytes that names its command; `size` is at most kMaxReplyBytes.
+    uint8_t *Begin(const Command &command, size_t size, Tells tells);
+    /// As Begin, without zeroing what follows the short header: the caller writes every byte.
+    /// Room for kShortHeaderBytes beyond `size` is there.
+    uint8_t *BeginData(const Command &command, size_t size, Tells tells);
+    void Drop() { left_ = 0; }
+    bool Waiting() const { return left_ > 0; }
+    size_t Left() const { return left_; }
+    /// Moves the next `count` bytes to the host.
+    void Take(uint8_t *bytes, size_t count);
+    Tells What() const { return tells_; }
+
+private:
+    std::vector<uint8_t> bytes_;
+    size_t next_ = 0, left_ = 0;
+    Tells tells_ = Tells::Nothing;
+};
+
+} // namespace scanner

@@ -1,0 +1,98 @@
+// Cable and cards of the virtual scanner.
+#include "scanner/firmware/scanner.h"
+
+#include <cstdio>
+#include <exception>
+
+namespace scanner {
+namespace {
+
+constexpr double kPortCycleSeconds = 0.03;
+
+} // namespace
+
+Scanner::Scanner(const Settings &settings) : log(clock, settings.log), device(clock, log) {
+    clock.SetSpeed(settings.speed);
+    device.SetSeed(settings.seed);
+    device.PowerOn();
+    Connect();
+    if (settings.cards.empty())
+        return;
+    try {
+        SetCards(ListCards(settings.cards));
+    } catch (const std::exception &error) {
+        std::fprintf(stderr, "virtual scanner: K274_CARDS: %s\n", error.what());
+    }
+}
+
+void Scanner::Connect() { connection_ = ++lastConnection_; }
+
+void Scanner::Unplug() {
+    if (!pluggedIn_)
+        return;
+    pluggedIn_ = false;
+    connection_ = 0;
+    returnsAt_.reset();
+    device.PowerOff();
+    changed.notify_all();
+}
+
+void Scanner::PlugIn() {
+    if (pluggedIn_)
+        return;
+    pluggedIn_ = true;
+    device.PowerOn();
+    Connect();
+    changed.notify_all();
+}
+
+void Scanner::CyclePort() {
+    log.Line("port cycle");
+    connection_ = 0;
+    returnsAt_ = clock.After(kPortCycleSeconds);
+    device.Reconnect();
+    changed.notify_all();
+}
+
+void Scanner::ReturnToBus() {
+    if (!returnsAt_)
+        return;
+    returnsAt_.reset();
+    Connect();
+    changed.notify_all();
+}
+
+void Scanner::SetCards(std::vector<std::string> folders) {
+    cards_ = std::move(folders);
+    nextCard_ = 0;
+    pile_++;
+}
+
+void Scanner::FeedSlot(std::unique_lock<std::mutex> &lock) {
+    while (!loading_ && nextCard_ < cards_.size() && device.SlotFree()) {
+        const std::string folder = cards_[nextCard_];
+        const uint32_t pile = pile_;
+        loading_ = true;
+        lock.unlock();
+        std::shared_ptr<const Card> card;
+        std::string why;
+        try {
+            card = std::make_shared<const Card>(LoadCard(folder));
+        } catch (const std::exception &error) {
+            why = error.what();
+        }
+        lock.lock();
+        loading_ = false;
+        if (pile != pile_) // another pile has taken its place
+            continue;
+        if (!card) {
+            nextCard_++;
+            log.Line("card left out: %s", why.c_str());
+            std::fprintf(stderr, "virtual scanner: card left out: %s\n", why.c_str());
+        } else if (device.InsertCard(std::move(card))) {
+            nextCard_++;
+        } // else somebody else's card was quicker: this one waits its turn
+    }
+}
+
+} // namespace scanner

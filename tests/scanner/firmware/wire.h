@@ -1,0 +1,58 @@
+// The host's side of the wire, as small as a test needs it, and cards to scan.
+#pragma once
+
+#include "scanner/cards/card.h"
+#include "scanner/firmware/packet.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace wire {
+
+using Bytes = std::vector<uint8_t>;
+
+/// A command with the fields that a test sets; sent as its first `size` bytes.
+struct Fields {
+    uint8_t code = 0, sub = 0;
+    uint16_t word0 = 0, word1 = 0;
+    uint8_t arg0 = 0, arg1 = 0;
+    uint32_t dword0 = 0;
+    size_t size = 256;
+};
+Bytes Packet(const Fields &fields, uint32_t sequence);
+inline Fields PollFields(uint8_t scanMode = 0) { return {0x00, 0, 0, 80, 1, scanMode, 0, 80}; }
+inline Fields RgbFields(int first, int lines) {
+    return {0x01, 0, static_cast<uint16_t>(first), static_cast<uint16_t>(lines), 0, 0, 0, 24};
+}
+
+inline uint16_t Word(const Bytes &reply, size_t at) {
+    return at + 2 <= reply.size() ? scanner::Get16(&reply[at]) : 0xFFFF;
+}
+inline uint32_t Dword(const Bytes &reply, size_t at) {
+    return at + 4 <= reply.size() ? scanner::Get32(&reply[at]) : 0xFFFFFFFF;
+}
+/// The event text of a reply.
+std::string Text(const Bytes &reply);
+
+/// A plain card in memory.
+std::shared_ptr<const scanner::Card> PlainCard(uint8_t grey = 200);
+
+/// A folder that is removed with everything in it.
+class TempFolder {
+public:
+    TempFolder();
+    ~TempFolder();
+    TempFolder(const TempFolder &) = delete;
+    TempFolder &operator=(const TempFolder &) = delete;
+    std::string Path(const std::string &name = "") const { return (path_ / name).string(); }
+    /// Makes a folder that is a card.
+    std::string AddCard(const std::string &name, uint8_t grey = 200) const;
+
+private:
+    std::filesystem::path path_;
+};
+
+} // namespace wire
