@@ -1,0 +1,43 @@
+// Every global object of the library, in the order in which they are built at load. None has anything to
+// release at unload, so that a thread which outlives the unloading host finds them whole.
+#include "src/analysis/image_processor.h"
+#include "src/api/image_set.h"
+#include "src/api/settings.h"
+#include "src/capture/ccd_pix.h"
+#include "src/capture/line_buffers.h"
+#include "src/carddata/sd_version.h"
+#include "src/common/locks.h"
+#include "src/common/state.h"
+#include "src/link/attach.h"
+#include "src/link/session.h"
+#include "src/link/transport.h"
+#include "src/log/log.h"
+#include "src/scan/monitor.h"
+#include "src/tiff/scan_state.h"
+
+namespace k274 {
+
+// Plain values and buffers, which need no building.
+os::RecursiveLock deviceLock, callbackLock;
+std::mutex recordLock, imageLock;
+State state;
+DeviceLink deviceLink;
+Monitor monitor;
+BarcodeLibrary barcodeLibrary;
+ContrastTable contrastTable;
+uint8_t RGBr[kSensorRows * kRgbColumns * 3];
+uint8_t RGBc[kSensorRows * kRgbColumns * 3];
+ResponseTable CcdRawResp, CcdCorResp;
+uint8_t scanHeader[kScanHeaderBytes];
+
+// Objects that are built, in this order.
+CcdPix ccdPix;
+ImageProcessor imageProcessor;
+DeviceSession session;
+Transport transport;
+Log log;
+ImageSet imageSet;
+CmdPkt deviceInfoPacket;
+Settings settings;
+
+} // namespace k274

@@ -1,0 +1,46 @@
+// The library's flags, options and request mailboxes: single values stored without a lock. The comment at
+// each says who writes it; everyone may read.
+#pragma once
+
+#include "include/k274.h"
+
+#include <atomic>
+#include <cstdint>
+
+namespace k274 {
+
+/// Scan mode 82, the letter R: the scan ends after the visible-light pass.
+constexpr uint8_t kScanModeRgbOnly = 'R';
+
+struct State {
+    std::atomic<K274_ScanStateCallback> callback{nullptr}; // host
+
+    // Set by the monitor thread when it begins, cleared by K274_Close.
+    std::atomic<int32_t> running{0};
+
+    // Options of the host.
+    std::atomic<uint8_t> scanMode{0};
+    std::atomic<int32_t> lastScanMode{0};
+    std::atomic<uint8_t> autoFwUpgrade{1};
+    std::atomic<uint8_t> loginFlag{1};
+
+    // Mailboxes: posted by the host, emptied by the monitor thread. The monitor thread posts beeps, too.
+    std::atomic<int32_t> ejectRequest{0};
+    std::atomic<int32_t> ledRequest{0};
+    std::atomic<int32_t> beepRequest{0};
+    std::atomic<int32_t> guiScanRequest{0};
+
+    // Set by K274_Clear, cleared by the monitor thread at the start of every scan.
+    std::atomic<int32_t> cleared{0};
+
+    // Monitor thread.
+    std::atomic<int32_t> scanCounter{0};
+    std::atomic<uint32_t> statusWord{0};
+    std::atomic<int32_t> linkState{0};
+};
+extern State state;
+
+/// False from K274_Close on; waits and transfer loops end at their next check.
+inline bool Running() { return state.running.load() == 1; }
+
+} // namespace k274

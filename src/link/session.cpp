@@ -1,0 +1,52 @@
+#include "src/link/session.h"
+
+#include "src/carddata/sd_version.h"
+#include "src/capture/line_buffers.h"
+#include "src/link/attach.h"
+#include "src/link/transport.h"
+#include "src/log/log.h"
+#include "src/maint/rig.h"
+
+#include <cstring>
+
+namespace k274 {
+
+namespace {
+
+constexpr int kRestingValue = 192; // of the raw line buffers between scans
+
+} // namespace
+
+DeviceSession::DeviceSession() { ClearCapture(); }
+
+int32_t DeviceSession::Start() {
+    LabJackOpen();
+    SdVersion();
+    const auto opened = static_cast<int32_t>(DriverInit());
+    const int32_t result = opened == 0 ? Handshake() : opened;
+    contrastTable = BuildContrastTable();
+    return result;
+}
+
+int32_t DeviceSession::Handshake() {
+    CmdPkt packet(command::kOpen);
+    const uint32_t sent = transport.SendCmd(packet);
+    transport.ReadPacketHdr(packet); // a missing or wrong reply is no error
+    return static_cast<int32_t>(sent);
+}
+
+void DeviceSession::Reset() {
+    CmdPkt packet(command::kReset);
+    transport.SendCmd(packet);
+    log.Blank();
+    log.Write("Reset    K274...");
+}
+
+void DeviceSession::Close() { DriverUninit(); }
+
+void DeviceSession::ClearCapture() {
+    rgbOk = false;
+    std::memset(RGBr, kRestingValue, sizeof RGBr);
+}
+
+} // namespace k274

@@ -1,0 +1,43 @@
+// The device session: what the scan engine keeps of the scanner and of the scan under way, and the start,
+// reset and close of the link.
+#pragma once
+
+#include "include/k274.h"
+#include "src/capture/measure.h"
+#include "src/capture/rgb_lines.h"
+
+#include <atomic>
+#include <cstdint>
+
+namespace k274 {
+
+struct DeviceSession {
+    K274_Status status{};   // recordLock; the monitor thread writes
+    K274_Version version{}; // recordLock; the monitor thread writes
+
+    std::atomic<uint32_t> transferErrors{0}; // failed block exchanges; the host clears
+
+    // Of the last scan; monitor thread alone.
+    bool rgbOk = false; // pass flag: enough lines arrived
+    Levels rgbLevels{};
+    CardPosition position{};
+    CardMeasure measure{};
+
+    /// Clears the capture state.
+    DeviceSession();
+
+    /// Loads the rig's driver, reads the barcode library's version, opens the link and greets the scanner.
+    /// @return 0, -1 when no scanner has attached yet, or the driver's status
+    int32_t Start();
+    void Reset();
+    void Close();
+
+    /// Before a capture: pass flags off, raw line buffers filled with their resting value.
+    void ClearCapture();
+
+  private:
+    int32_t Handshake();
+};
+extern DeviceSession session;
+
+} // namespace k274

@@ -1,0 +1,58 @@
+#include "src/maint/rig.h"
+
+#include "platform/labjack/labjackud.h"
+#include "platform/os/os.h"
+#include "src/log/log.h"
+
+#include <atomic>
+
+namespace k274 {
+
+namespace {
+
+constexpr int32_t kDeviceU3 = 3;
+constexpr int32_t kConnectionUsb = 1;
+
+std::atomic<labjack::EDoFunction> setLine{nullptr};
+std::atomic<int32_t> rigHandle{0};
+
+} // namespace
+
+void LabJackOpen() {
+    void *module = os::LoadModule("labjackud");
+    if (!module)
+        return;
+    const auto open = reinterpret_cast<labjack::OpenLabJackFunction>(os::ModuleSymbol(module, "OpenLabJack"));
+    if (!open) {
+        log.Write("Can't Get ProcAddress of OpenLabJack");
+        return;
+    }
+    int32_t handle = 0;
+    if (open(kDeviceU3, kConnectionUsb, "5", 0, &handle) != 0)
+        return;
+    log.Write("Opened LabJack");
+    setLine = reinterpret_cast<labjack::EDoFunction>(os::ModuleSymbol(module, "eDO"));
+    rigHandle = handle;
+}
+
+void LabJackSet(int32_t channel, int32_t action) {
+    const labjack::EDoFunction set = setLine;
+    const int32_t handle = rigHandle;
+    if (!set || handle == 0)
+        return;
+    switch (action) {
+    case kRigLow: set(handle, channel, 0); break;
+    case kRigHigh: set(handle, channel, 1); break;
+    case kRigHighPulse:
+        set(handle, channel, 1);
+        set(handle, channel, 0);
+        break;
+    case kRigLowPulse:
+        set(handle, channel, 0);
+        set(handle, channel, 1);
+        break;
+    default: break;
+    }
+}
+
+} // namespace k274

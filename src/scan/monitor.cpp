@@ -1,0 +1,118 @@
+#include "src/scan/monitor.h"
+
+#include "platform/os/os.h"
+#include "src/common/locks.h"
+#include "src/common/state.h"
+#include "src/link/transport.h"
+#include "src/log/log.h"
+#include "src/maint/rig.h"
+#include "src/scan/notify.h"
+#include "src/scan/sequence.h"
+#include "src/scan/startup.h"
+#include "src/scan/status.h"
+
+#include <mutex>
+
+namespace k274 {
+
+namespace {
+
+constexpr uint32_t kStartDelayMs = 200;
+constexpr uint32_t kPassIntervalMs = 100;
+
+// Status words of a card under way: bits 0x01 to 0x10, at least one.
+constexpr uint32_t kFirstScanWord = 1;
+constexpr uint32_t kLastScanWord = 31;
+
+// Every start and stop opens a new session; a thread whose session is over does not begin.
+std::mutex sessionLock;
+uint32_t currentSession = 0;
+
+// Held by the one thread that monitors.
+std::mutex monitorSlot;
+
+bool Begin(uint32_t own) {
+    std::lock_guard guard(sessionLock);
+    if (own != currentSession)
+        return false;
+    state.running = 1;
+    return true;
+}
+
+void SendGuiScan() {
+    CmdPkt packet(command::kGuiScan);
+    DeviceGuard guard(deviceLock);
+    transport.SendCmd(packet);
+    transport.ReadPacketHdr(packet);
+    state.guiScanRequest = 0;
+}
+
+void Start() {
+    monitor = Monitor{};
+    monitor.startTime = os::CalendarSeconds();
+    os::SleepMs(kStartDelayMs);
+    LinkStart(PollStatus() != kPollFailed);
+    {
+        DeviceGuard guard(deviceLock);
+        StartupChecks();
+    }
+    DeliverRaisedStates();
+    LabJackSet(kRigScan, kRigLow);
+    LabJackSet(kRigSpare, kRigLow);
+}
+
+// One pass of the loop; returns the wait before the next one.
+uint32_t Pass() {
+    monitor.uptime = static_cast<double>(os::CalendarSeconds() - monitor.startTime);
+    if (state.guiScanRequest) {
+        SendGuiScan();
+        return 0;
+    }
+    PollStatus();
+    const bool sendGood = transport.LastOutStatus() == 0;
+    if (state.linkState != kLinkOnline || !sendGood) {
+        LinkStep(sendGood);
+        return kPassIntervalMs;
+    }
+    const uint32_t word = state.statusWord;
+    if (word >= kFirstScanWord && word <= kLastScanWord) {
+        state.cleared = 0;
+        LabJackSet(kRigScan, kRigHigh);
+        ScanSequence();
+        LabJackSet(kRigScan, kRigLow);
+    }
+    log.FlushDeferred();
+    return kPassIntervalMs;
+}
+
+void Run(void *argument) {
+    const auto own = static_cast<uint32_t>(reinterpret_cast<uintptr_t>(argument));
+    std::lock_guard slot(monitorSlot);
+    if (!Begin(own))
+        return;
+    Start();
+    while (Running()) {
+        const uint32_t wait = Pass();
+        if (Running())
+            os::SleepMs(wait);
+    }
+}
+
+} // namespace
+
+void StartMonitor() {
+    uint32_t own;
+    {
+        std::lock_guard guard(sessionLock);
+        own = ++currentSession;
+    }
+    os::StartThread(Run, reinterpret_cast<void *>(static_cast<uintptr_t>(own)));
+}
+
+void StopMonitor() {
+    std::lock_guard guard(sessionLock);
+    ++currentSession;
+    state.running = 0;
+}
+
+} // namespace k274

@@ -1,0 +1,98 @@
+// The visible-light pass, top to bottom.
+#include "src/analysis/image_processor.h"
+#include "src/api/image_set.h"
+#include "src/capture/ccd_pix.h"
+#include "src/capture/line_buffers.h"
+#include "src/common/locks.h"
+#include "src/common/state.h"
+#include "src/common/text.h"
+#include "src/link/session.h"
+#include "src/link/transport.h"
+#include "src/log/log.h"
+#include "src/maint/device_commands.h"
+#include "src/scan/line_transfer.h"
+#include "src/scan/status.h"
+#include "src/api/settings.h"
+
+#include <cstring>
+
+namespace k274 {
+
+namespace {
+
+constexpr int kFirstIndex = 2200; // the counter runs down from here
+constexpr int kLastFullIndex = kRgbLinesPerPacket + 100;
+constexpr int kPassIndex = 2 * kRgbLinesPerPacket + 200; // the pass counts as whole when it came this far
+constexpr int kPreset = 1;        // of columns that never arrive
+constexpr int kPacePackets = 4;   // distance that is kept from the scanning head
+
+// Waits when the host has come close to the scanning head.
+void Pace(int index) {
+    const int progress = PacketProgress();
+    if (progress > 0 && progress < kRgbColumns &&
+        index - (kRgbColumns - progress) < kPacePackets * kRgbLinesPerPacket)
+        os::SleepMs(10);
+}
+
+struct PassEnd {
+    int index, packets;
+};
+
+PassEnd FetchLines() {
+    PassEnd pass{kFirstIndex, 0};
+    for (;;) {
+        pass.index -= kRgbLinesPerPacket;
+        if (!FetchLinePacket(kRgbChannel, pass.index))
+            break;
+        // The last line's end lies behind the packet: the buffer is longer, and what it holds there belongs
+        // to pixels of the line that no sensor position uses.
+        RgbLineStore(transport.imagePacketBuffer + kPixelOffset, pass.index, RawColour());
+        Pace(pass.index);
+        log.FlushDeferred();
+        ++pass.packets;
+        if (pass.index < kLastFullIndex || !Running() || state.statusWord & kStatusEnd)
+            break;
+    }
+    return pass;
+}
+
+void CutImages() {
+    ImageSet &images = imageSet;
+    std::lock_guard guard(imageLock);
+    RgbCrop(RawColour(), CorrectedColour(), session.position,
+            {images.NatFr, K274_NAT_HEIGHT, K274_NAT_WIDTH}, {images.NatBk, K274_NAT_HEIGHT, K274_NAT_WIDTH},
+            {images.Edge, K274_EDGE_HEIGHT, K274_EDGE_WIDTH});
+}
+
+} // namespace
+
+bool XfrRgb() {
+    const int scan = state.scanCounter + 1;
+    session.rgbOk = false;
+    log.Image(Format("%05d, RGB  Xfr[%d]...", scan, static_cast<int>(kRgbChannel.packetBytes)));
+    std::memset(RGBr, kPreset, sizeof RGBr);
+    os::SleepMs(10);
+
+    const PassEnd pass = FetchLines();
+
+    session.rgbLevels = RgbLevels(RawColour());
+    log.Image(Format("%05d, RGB  xfr %d lines, %03d, %03d", scan, kRgbLinesPerPacket * pass.packets,
+                     session.rgbLevels.front, session.rgbLevels.back));
+    imageProcessor.WhiteTest(RawColour());
+    // The corrected image is the raw one with its gains, or a plain copy; either way in one pass.
+    if (settings.illumination[0])
+        RgbIllumGain(RawColour(), ccdPix.fixRgb, CorrectedColour());
+    else
+        CopyImage(RawColour(), CorrectedColour());
+
+    session.rgbOk = pass.index <= kPassIndex;
+    if (session.rgbOk) {
+        CutImages();
+        imageProcessor.RgbResp(RawColour(), CcdRawResp);
+        imageProcessor.RgbCorResp(CorrectedColour(), CcdCorResp);
+    }
+    DebugLeds(kTransferLed, 0);
+    return session.rgbOk;
+}
+
+} // namespace k274

@@ -1,0 +1,149 @@
+#include "src/scan/startup.h"
+
+#include "src/capture/ccd_load.h"
+#include "src/carddata/sd_version.h"
+#include "src/common/locks.h"
+#include "src/common/state.h"
+#include "src/common/text.h"
+#include "src/link/session.h"
+#include "src/link/transport.h"
+#include "src/log/log.h"
+#include "src/maint/device_commands.h"
+#include "src/scan/notify.h"
+
+#include <algorithm>
+
+namespace k274 {
+
+namespace {
+
+constexpr uint8_t kLibraryVersion[3] = {2, 3, 7};
+constexpr int32_t kExpectedBarcodeMajor = 1;
+constexpr int32_t kExpectedBarcodeMinor = 5;
+
+// AFE registers that hold 10-bit values; 4, 5 and 15 upwards hold others.
+constexpr int kCheckedAfeWords[] = {0, 1, 2, 3, 6, 7, 8, 9, 10, 11, 12, 13, 14};
+constexpr uint16_t kLargestAfeValue = 999;
+constexpr int kAfeGain = 1;
+constexpr int kAfeExposure = 9;
+
+// Offsets of the device information reply.
+constexpr size_t kFirmwareOffset = 16;
+constexpr size_t kFpgaOffset = 26; // high byte is the major version
+constexpr size_t kHardwareOffset = 28;
+constexpr size_t kSecondSerialMarkOffset = 30;
+constexpr uint16_t kSecondSerialMark = 112;
+constexpr size_t kFurtherOffset = 34;
+constexpr size_t kSecondSerialLowOffset = 44;
+constexpr size_t kSecondSerialHighOffset = 52;
+constexpr size_t kSerialOffset = 56;
+
+int32_t Number(const uint8_t (&version)[3]) { return version[0] << 16 | version[1] << 8 | version[2]; }
+
+void CheckBarcodeLibrary(const BarcodeLibrary &found) {
+    if (found.major == kExpectedBarcodeMajor && found.minor == kExpectedBarcodeMinor)
+        return;
+    log.Write(Format("Barcode ver error, is: %d.%d SB: %d.%d", found.major, found.minor,
+                     kExpectedBarcodeMajor, kExpectedBarcodeMinor));
+    DebugLeds(kStateLed, 3);
+    RaiseScanState(K274_STATE_BARCODE_LIB_DIFFERS);
+}
+
+void CheckAfeRegisters() {
+    AfeRegisters afe;
+    if (!ReadAfeRegisters(afe))
+        return;
+    if (std::none_of(std::begin(kCheckedAfeWords), std::end(kCheckedAfeWords),
+                     [&](int word) { return afe.words[word] > kLargestAfeValue; }))
+        return;
+    log.Write(Format("AFE register error exposure=%d, gain=%d", afe.words[kAfeExposure], afe.words[kAfeGain]));
+    RaiseScanState(K274_STATE_AFE_ERROR);
+}
+
+// A version of three parts, whose last one is shown only when it is not 0.
+FixedText<128> VersionLine(const char *label, const uint8_t (&version)[3]) {
+    if (version[2] == 0)
+        return Format("init,    %s ver %d.%d", label, version[0], version[1]);
+    return Format("init,    %s ver %d.%d.%d", label, version[0], version[1], version[2]);
+}
+
+void CompareFirmware(const uint8_t (&firmware)[3]) {
+    if (Number(firmware) == Number(kLibraryFirmwareVersion))
+        return;
+    const uint8_t *is = firmware;
+    const uint8_t *shouldBe = kLibraryFirmwareVersion;
+    RaiseScanState(K274_STATE_FIRMWARE_DIFFERS);
+    log.Write(Format("fwver,   Firmware ver error, is: %d.%d.%d SB: %d.%d.%d", is[0], is[1], is[2], shouldBe[0],
+                     shouldBe[1], shouldBe[2]));
+}
+
+BarcodeLibrary FoundBarcodeLibrary() {
+    std::lock_guard guard(recordLock);
+    return barcodeLibrary;
+}
+
+void CheckVersions(const BarcodeLibrary &found) {
+    {
+        std::lock_guard guard(recordLock);
+        std::copy(std::begin(kLibraryVersion), std::end(kLibraryVersion), session.version.library);
+        session.version.barcodeLibrary[0] = static_cast<uint8_t>(found.major);
+        session.version.barcodeLibrary[1] = static_cast<uint8_t>(found.minor);
+    }
+    log.Write(Format("init,    SD2      ver %d.%d", found.major, found.minor));
+    log.Write(VersionLine("DLL     ", kLibraryVersion));
+    if (!ReadVersion())
+        return;
+    // Written by this thread alone, so that it reads without the lock.
+    const K274_Version &version = session.version;
+    log.Write(VersionLine("Firmware", version.firmware));
+    log.Write(Format("init,    FPGA     ver %d.%d", version.fpga[0], version.fpga[1]));
+    log.Write(Format("init,    Hardware ver %d", version.hardware));
+    log.Write(Format("init,    Norvex,  SN  %d, SSN %d", version.serialNumber, version.serialNumber2Low));
+    CompareFirmware(version.firmware);
+}
+
+} // namespace
+
+void StartupChecks() {
+    const BarcodeLibrary found = FoundBarcodeLibrary();
+    CheckBarcodeLibrary(found);
+    CheckAfeRegisters();
+    CheckVersions(found);
+    log.Blank();
+}
+
+bool ReadVersion() {
+    // One packet serves all these requests; it lies among the global objects.
+    CmdPkt &packet = deviceInfoPacket;
+    packet = CmdPkt(command::kDeviceInfo);
+    packet.arg0 = kLibraryFirmwareVersion[0];
+    packet.arg1 = kLibraryFirmwareVersion[1];
+    packet.arg2 = kLibraryFirmwareVersion[2];
+    const bool read = FwCmd(packet);
+
+    std::lock_guard guard(recordLock);
+    K274_Version &version = session.version;
+    if (!read) {
+        version.serialNumber = 0;
+        return false;
+    }
+    const uint8_t *reply = packet.Bytes();
+    std::copy_n(reply + kFirmwareOffset, 3, version.firmware);
+    version.fpga[0] = reply[kFpgaOffset + 1];
+    version.fpga[1] = reply[kFpgaOffset];
+    version.hardware = reply[kHardwareOffset];
+    version.device38 = reply[kFurtherOffset];
+    version.serialNumber = Load32(reply + kSerialOffset);
+    const bool hasSecond = Load16(reply + kSecondSerialMarkOffset) == kSecondSerialMark;
+    version.serialNumber2Low = hasSecond ? Load32(reply + kSecondSerialLowOffset) : 0;
+    version.serialNumber2High = hasSecond ? Load32(reply + kSecondSerialHighOffset) : 0;
+    return true;
+}
+
+void HandleReset() {
+    SetScanStateUnlocked(K274_STATE_DEVICE_RESET);
+    ReadVersion();
+    LoadCcdTables();
+}
+
+} // namespace k274

@@ -1,0 +1,18 @@
+// What the monitor thread checks once at its start, and what it reads again after a reset of the scanner.
+#pragma once
+
+namespace k274 {
+
+/// Barcode library, AFE registers, versions, in that order. The caller holds the device lock and delivers the
+/// states that were raised afterwards.
+void StartupChecks();
+
+/// Fills the version block from the scanner; its serial number is 0 when that fails. The caller holds the
+/// device lock.
+bool ReadVersion();
+
+/// The scanner says that it has been reset: tells the host, reads versions and tables again. Part of a poll,
+/// so the device lock is held.
+void HandleReset();
+
+} // namespace k274

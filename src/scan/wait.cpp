@@ -1,0 +1,31 @@
+#include "src/scan/wait.h"
+
+#include "platform/os/os.h"
+#include "src/common/state.h"
+#include "src/scan/status.h"
+
+namespace k274 {
+
+namespace {
+
+constexpr int kMostPolls = 200;
+constexpr int kTimelyPolls = 180;
+constexpr uint32_t kPollIntervalMs = 10;
+
+} // namespace
+
+int32_t WaitForStatus(uint32_t mask, bool acceptIdle) {
+    int counter = 0;
+    for (;;) {
+        const int polls = counter++;
+        if (polls >= kMostPolls || !Running())
+            break;
+        const auto word = static_cast<uint32_t>(PollStatus());
+        if (word & kStatusEnd || (word & mask) == mask || (acceptIdle && word == 0))
+            break;
+        os::SleepMs(kPollIntervalMs);
+    }
+    return counter > kTimelyPolls ? kWaitFailed : static_cast<int32_t>(state.statusWord.load());
+}
+
+} // namespace k274

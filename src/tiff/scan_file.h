@@ -1,0 +1,23 @@
+// Writes a whole scan as one multi-page TIFF file of fixed layout, assembled in one buffer.
+#pragma once
+
+#include "src/tiff/scan_contents.h"
+#include "src/tiff/scan_header.h"
+
+namespace k274 {
+
+/// Serves writing and reading; it has one user at a time.
+using ScanFileBuffer = uint8_t[kMaxScanFileBytes];
+
+enum SaveResult : int32_t { kSaved = 0, kNotCreated = -1, kNotComplete = -2 };
+
+/// Puts the file together, gaps cleared.
+/// @return the file's length
+size_t AssembleScanFile(const uint8_t (&header)[kScanHeaderBytes], const ScanContents &contents,
+                        ScanVariant variant, ScanFileBuffer &file);
+
+/// Assembles the file and writes it. A file of that name stays as it was unless all went well.
+SaveResult SaveScanFile(const char *path, const uint8_t (&header)[kScanHeaderBytes],
+                        const ScanContents &contents, ScanVariant variant, ScanFileBuffer &file);
+
+} // namespace k274
