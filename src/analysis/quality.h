@@ -1,0 +1,11 @@
+// Dips of the responses: entries that lie below their neighbours. Their counts go into the summaries.
+#pragma once
+
+#include "src/analysis/image_processor.h"
+
+namespace k274 {
+
+void RawDips(ResponseTable &raw);
+void CorDips(ResponseTable &corrected);
+
+} // namespace k274
