@@ -1,0 +1,209 @@
+// Statistics, quality and summary of a whole scan, on response tables given directly.
+#include "src/analysis/quality.h"
+#include "tests/support/grey_images.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <memory>
+
+namespace k274 {
+namespace {
+
+class ScanAnalysisTest : public testing::Test {
+protected:
+    std::unique_ptr<ImageProcessor> owned_ = std::make_unique<ImageProcessor>();
+    ImageProcessor &processor_ = *owned_;
+    std::unique_ptr<ResponseTable[]> tables_ = std::make_unique<ResponseTable[]>(2);
+    ResponseTable &raw_ = tables_[0], &corrected_ = tables_[1];
+    ColourImage rgbr_{200}, uvr_ = UvImage(100);
+    GreyImage irr_{150};
+
+    void SetUp() override { std::memset(tables_.get(), 200, 2 * sizeof(ResponseTable)); }
+    void Analyse() {
+        processor_.ScanAnalysis({rgbr_.View(), irr_.View(), uvr_.View()}, raw_, corrected_);
+    }
+    void SetRaw(int row, int first, int count, uint8_t value) {
+        std::memset(raw_[row] + first, value, static_cast<size_t>(count));
+    }
+    void SetCorrected(int row, int first, int count, uint8_t value) {
+        std::memset(corrected_[row] + first, value, static_cast<size_t>(count));
+    }
+};
+
+TEST_F(ScanAnalysisTest, LevelsLeaveOutTwentyFourEntriesAtEitherEnd) {
+    SetRaw(0, 60, 24, 250);
+    SetRaw(1, 60, 25, 251);
+    SetRaw(2, 0, 60, 252);      // before the front's entries
+    SetRaw(2, 1100, 300, 253);  // between front and back
+    SetRaw(3, 2435, 25, 10);    // the back's last entries
+    SetRaw(6, 525, 25, 20);
+    SetRaw(6, 550, 230, 30);
+    SetRaw(6, 1275, 24, 240);
+    SetRaw(5, 780, 520, 0);
+    SetRaw(4, 30, 520, 255);
+    Analyse();
+    EXPECT_EQ(processor_.histograms[0][1][251], 25U);
+    const int32_t high[2][7] = {{200, 251, 200, 200, 255, 200, 200}, {200, 200, 200, 200, 200, 0, 200}};
+    const int32_t low[2][7] = {{200, 200, 200, 200, 255, 200, 20}, {200, 200, 200, 10, 200, 0, 200}};
+    for (int side = 0; side < 2; side++)
+        for (int row = 0; row < 7; row++) {
+            EXPECT_EQ(processor_.respHigh[side][row], high[side][row]) << side << ' ' << row;
+            EXPECT_EQ(processor_.respLow[side][row], low[side][row]) << side << ' ' << row;
+        }
+    EXPECT_EQ(processor_.visibleMax[0], 251);
+    EXPECT_EQ(processor_.visibleMax[1], 200);
+    const uint8_t levels[] = {200, 200, 251, 200, 200, 200, 200, 200, 200, 200};
+    EXPECT_EQ(std::memcmp(raw_[6] + 2670, levels, sizeof levels), 0);
+    EXPECT_EQ(raw_[6][2690], 200);
+    EXPECT_EQ(raw_[6][2691], 10);
+    EXPECT_EQ(raw_[6][2692], 20);
+    EXPECT_EQ(raw_[6][2699], 15);
+}
+
+TEST_F(ScanAnalysisTest, CardIdentityAndOrdinaryCards) {
+    processor_.cardVariant = 'S';
+    processor_.cardCode = 'F';
+    processor_.forwardRead = 1;
+    processor_.profileScore = 7;
+    processor_.ftProfile[2][300] = 55;
+    Analyse();
+    const uint8_t card[] = {255, 'S', 'F', 1};
+    EXPECT_EQ(std::memcmp(raw_[6] + 2695, card, sizeof card), 0);
+    EXPECT_EQ(processor_.profileScore, 7) << "of the last white card";
+    EXPECT_EQ(processor_.ftProfile[2][300], 55);
+    EXPECT_EQ(raw_[6][2680], 200);
+    processor_.cardClass = 1;
+    Analyse();
+    EXPECT_EQ(processor_.profileScore, 0);
+    EXPECT_EQ(raw_[6][2680], 0);
+}
+
+TEST_F(ScanAnalysisTest, MeansAndGrades) {
+    const struct {
+        int row;
+        uint8_t bad, marginal, good, full; // highest bad, lowest and highest marginal...
+        int fullGrade;
+    } rows[] = {{0, 183, 191, 192, 255, 1}, {1, 183, 191, 192, 255, 1}, {2, 175, 183, 184, 255, 0},
+                {3, 175, 183, 184, 255, 1}, {6, 175, 183, 184, 255, 1}, {5, 163, 175, 176, 255, 0}};
+    const int sumOf[7] = {0, 1, 2, 3, -1, 4, 4};
+    for (const auto &r : rows) {
+        SCOPED_TRACE(r.row);
+        SetUp();
+        if (r.row == 5)
+            SetCorrected(6, 0, 2600, 184);
+        const int first = r.row > 3 ? 765 : 1390, last = r.row > 3 ? 564 : 1119;
+        const uint8_t values[] = {r.bad, static_cast<uint8_t>(r.bad + 1), r.marginal, r.good, r.full,
+                                  static_cast<uint8_t>(r.full - 1)};
+        for (int i = 0; i < 6; i++)
+            corrected_[r.row][first + i] = values[i];
+        corrected_[r.row][last] = 0;
+        corrected_[r.row][last + 1] = corrected_[r.row][first - 1] = 0; // not judged
+        Analyse();
+        EXPECT_EQ(processor_.gradeSums[sumOf[r.row]], 2 + 1 + 1 + r.fullGrade + 2);
+        EXPECT_EQ(corrected_[6][2680 + sumOf[r.row]], 2 + 1 + 1 + r.fullGrade + 2);
+    }
+    SetUp();
+    SetCorrected(2, 0, 2700, 10);
+    SetCorrected(1, 1390, 1080, 100);
+    SetCorrected(6, 25, 540, 51);
+    Analyse();
+    const int32_t means[6] = {10, 150, 200, 200, 125, 200};
+    const uint8_t bytes[5] = {10, 150, 200, 200, 125};
+    EXPECT_EQ(std::memcmp(processor_.correctedMeans, means, sizeof means), 0);
+    EXPECT_EQ(std::memcmp(corrected_[6] + 2670, bytes, sizeof bytes), 0);
+    EXPECT_EQ(processor_.gradeSums[2], 255) << "no more than a byte holds";
+}
+
+TEST_F(ScanAnalysisTest, UltravioletChannelsThatDiffer) {
+    for (const int entry : {49, 50, 549, 550, 789, 790, 1289, 1290})
+        raw_[5][entry] = 232;
+    raw_[5][300] = 231;
+    raw_[6][301] = 168;
+    Analyse();
+    EXPECT_EQ(processor_.gradeSums[4], 5);
+}
+
+TEST_F(ScanAnalysisTest, Dips) {
+    // Neighbours at 10, 12 and 14: a dip of 40 counts 4, of 10 not at all, of 11 once.
+    for (const auto &[entry, value] : {std::pair{54, 0}, {55, 160}, {300, 190}, {400, 189}, {2454, 160}, {2455, 0}})
+        raw_[0][entry] = static_cast<uint8_t>(value);
+    raw_[2][1000] = 0;
+    corrected_[0][56] = 193; // 7 below
+    corrected_[0][500] = 194;
+    corrected_[2][2453] = corrected_[2][2454] = 0;
+    RawDips(raw_);
+    CorDips(corrected_);
+    EXPECT_EQ(raw_[6][2693], 9);
+    EXPECT_EQ(raw_[6][2694], 20);
+    EXPECT_EQ(corrected_[6][2693], 1);
+    EXPECT_EQ(corrected_[6][2694], 1);
+}
+
+TEST_F(ScanAnalysisTest, FtProfileTakesItsColumnsAndLines) {
+    processor_.cardClass = 0;
+    for (int column = 0; column < kRgbColumns; column++) {
+        rgbr_.Fill(50, 149, column, column, static_cast<uint8_t>(column / 10));
+        rgbr_.Fill(1450, 1549, column, column, static_cast<uint8_t>(column / 20));
+    }
+    for (int column = 0; column < kIrColumns; column++)
+        for (int i = 0; i < 100; i++) {
+            irr_.At(100 + i, column) = irr_.At(1400 + i, column) = static_cast<uint8_t>(column / 10);
+            irr_.At(1000 + i, column) = irr_.At(2300 + i, column) = static_cast<uint8_t>(column / 20);
+        }
+    for (int line = 0; line < kUvLines; line++) {
+        uvr_.Fill(line, line, 50, 99, static_cast<uint8_t>(line / 5));
+        uvr_.Fill(line, line, 475, 524, 100);
+        uvr_.Fill(line, line, 825, 874, 0);
+        uvr_.Fill(line, line, 1200, 1249, static_cast<uint8_t>(line / 6));
+    }
+    EXPECT_EQ(processor_.ProfileAnalysis({rgbr_.View(), irr_.View(), uvr_.View()}, raw_), 0);
+    const FtProfile &profile = processor_.ftProfile;
+    EXPECT_EQ(profile[0][1], 164 / 10);
+    EXPECT_EQ(profile[2][498], 4 * 538 / 10);
+    EXPECT_EQ(profile[1][500], 4 * 35 / 20);
+    EXPECT_EQ(profile[1][998], 4 * 533 / 20);
+    EXPECT_EQ(profile[3][100], (552 / 10 + 552 / 20) / 2);     // 138 x 4
+    EXPECT_EQ(profile[3][998], (2268 / 10 + 2268 / 20) / 2);   // 567 x 4
+    EXPECT_EQ(profile[4][1], (1126 / 5 + 100) / 2);            // 563 x 2
+    EXPECT_EQ(profile[5][498], (42 / 5 + 100) / 2);            // 21 x 2
+    EXPECT_EQ(profile[4][998], 1128 / 6 / 2);                  // 564 x 2
+    for (int plane = 0; plane < kFtPlanes; plane++) {
+        EXPECT_EQ(profile[plane][499] + profile[plane][999], 0);
+        EXPECT_EQ(profile[plane][0], static_cast<uint8_t>(processor_.ratios[plane][2]));
+    }
+}
+
+TEST_F(ScanAnalysisTest, UnevennessOfAWhiteCard) {
+    processor_.cardClass = 0;
+    // A step of 20 in blue between the front's first windows: points 130 to 149 are columns 680 to 759.
+    rgbr_.Fill(0, 149, 600, 800, 180);
+    // Infrared, back: a step of 10 for points 850 to 869.
+    for (int row = 1400; row < 2400; row++)
+        std::fill(&irr_.At(row, 1500), &irr_.At(row, 1800), static_cast<uint8_t>(140));
+    Analyse();
+    EXPECT_EQ(processor_.windowMeans[0][0], 180);
+    EXPECT_EQ(processor_.stepMaxima[0][0], 20);
+    EXPECT_EQ(processor_.ratios[0][2], 7) << "20 / 201 x 80";
+    EXPECT_EQ(processor_.stepMaxima[3][1], 10);
+    EXPECT_EQ(processor_.ratios[3][1], 5) << "10 / 151 x 80";
+    EXPECT_EQ(processor_.profileScore, (7 - 5) * 19 / 10);
+    EXPECT_EQ(processor_.streakScore, 0);
+    EXPECT_EQ(raw_[6][2680], 3);
+
+    // Streaks of one front point each, columns 4 x (point + 40): a roughness of 20 in four neighbours.
+    for (int i = 0; i < 60; i += 12)
+        rgbr_.Fill(50, 149, 4 * (304 + i + 40), 4 * (304 + i + 40), 190);
+    Analyse();
+    // Each streak counts 20 - 4 at three points and 10 - 4 at two: 60. Five make 300, less 2 after a tenth.
+    EXPECT_EQ(processor_.streakScore, 28);
+    for (int i = 0; i < 60; i += 2)
+        rgbr_.Fill(50, 149, 4 * (300 + i + 40), 4 * (300 + i + 40), 150);
+    Analyse();
+    EXPECT_EQ(processor_.streakScore, 50);
+    EXPECT_EQ(processor_.profileScore, 7) << "the streaks darken the third window to 175: 25 / 201 x 80 = 9";
+    EXPECT_EQ(raw_[6][2680], 57);
+}
+
+} // namespace
+} // namespace k274

@@ -1,0 +1,165 @@
+// Whole sessions: start, polling, scans, stop, and start again.
+#include "include/k274.h"
+
+#include "src/common/state.h"
+#include "src/link/session.h"
+#include "tests/support/library_fixture.h"
+
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <filesystem>
+#include <thread>
+
+namespace {
+
+using scripted::TheDriver;
+using testing::Contains;
+using testing::ElementsAre;
+
+struct LifecycleTest : LibraryTest {
+    void SetUp() override {
+        LibraryTest::SetUp();
+        k274::state.running = 0;
+        scanner.Serve();
+        TheDriver().onSend = [](const scripted::Sent &) { return scripted::Reply{sendStatus}; };
+        sendStatus = 0;
+    }
+    static size_t Seen(int code) {
+        const std::vector<int> states = States();
+        return static_cast<size_t>(std::count(states.begin(), states.end(), code));
+    }
+    HealthyScanner scanner;
+    static std::atomic<uint32_t> sendStatus;
+};
+std::atomic<uint32_t> LifecycleTest::sendStatus;
+
+TEST_F(LifecycleTest, SessionLogsItsStartLineForLine) {
+    EXPECT_EQ(K274_Init(0), 0);
+    Await([] { return scripted::CountSent(0x00) > 3; });
+    EXPECT_EQ(K274_UsbIsOnline(), 1);
+    K274_Log("hello");
+    Await([&] { return Log().size() == 8; });
+    K274_Close();
+    AwaitThreadsEnd();
+    EXPECT_THAT(States(), ElementsAre(10));
+    EXPECT_THAT(Log(),
+                ElementsAre("init,    SD2      ver 1.5", "init,    DLL      ver 2.3.7",
+                            "init,    Firmware ver 2.3.7", "init,    FPGA     ver 1.12",
+                            "init,    Hardware ver 3", "init,    Norvex,  SN  4711, SSN 77", " ", "hello"));
+    const std::vector<uint8_t> codes = scripted::SentCodes();
+    EXPECT_EQ(codes.front(), 0x14);
+    EXPECT_THAT(codes, Contains(0x73).Times(1));
+    EXPECT_EQ(codes.back(), 0x17);
+}
+
+TEST_F(LifecycleTest, ScanOfACardInModeR) {
+    scanner.words = {0, 0, 1, 3, 7, 0x8000, 0};
+    K274_ScanMode(82);
+    K274_Init(0);
+    Await([] { return Seen(8) == 1; });
+    Await([] { return scripted::CountSent(0x00) > 12; });
+    EXPECT_THAT(States(), ElementsAre(10, 1, 3, 5, 8));
+    EXPECT_THAT(Log(), Contains("image,   00001, RGB  xfr 2100 lines, 000, 000"));
+}
+
+TEST_F(LifecycleTest, WordsAbove31StartNoScan) {
+    scanner.words = {32, 0x41, 0x8000, 0x20, 33};
+    K274_Init(0);
+    Await([] { return scripted::CountSent(0x00) > 10; });
+    EXPECT_THAT(States(), ElementsAre(10));
+}
+
+TEST_F(LifecycleTest, LateAttachAndLostLink) {
+    TheDriver().attachOnInit = false;
+    EXPECT_EQ(K274_Init(0), -1);
+    Await([] { return Seen(11) == 1; });
+    EXPECT_EQ(K274_UsbIsOnline(), 0);
+    scripted::Attach();
+    Await([] { return Seen(10) == 1; });
+    Await([] { return K274_UsbIsOnline() == 1; });
+    sendStatus = 0x20000015; // three bad polls in a row
+    Await([] { return Seen(11) == 2; });
+    sendStatus = 0;
+    Await([] { return Seen(10) == 2; });
+    scripted::Detach();
+    Await([] { return Seen(11) == 3; });
+    const Texts lines = Log();
+    EXPECT_THAT(lines, Contains("usb,     CON event").Times(2));
+    EXPECT_THAT(lines, Contains("usb,     DIS event").Times(2));
+    EXPECT_THAT(lines, Contains("usb,     Cycle Port...").Times(2));
+}
+
+TEST_F(LifecycleTest, DriverThatDoesNotOpenIsReportedAndTheThreadStillRuns) {
+    TheDriver().initStatus = 0x2000ABCD;
+    EXPECT_EQ(K274_Init(0), 0x2000ABCD);
+    Await([] { return Seen(11) == 1; });
+    K274_Close();
+    EXPECT_THAT(Log(), Contains("WDU_Init-64 Error 2000ABCD"));
+}
+
+TEST_F(LifecycleTest, StartsAndStopsInAnyOrder) {
+    K274_Close(); // nothing to stop
+    K274_Init(0);
+    K274_Close(); // most likely before the thread has begun
+    K274_Init(0);
+    K274_Init(0); // closes the first
+    Await([] { return k274::Running() && scripted::CountSent(0x00) > 5; });
+    EXPECT_THAT(TheDriver().calls, Contains("WDU_Init").Times(3));
+    EXPECT_THAT(TheDriver().calls, Contains("WDU_Uninit").Times(2));
+    K274_Close();
+    AwaitThreadsEnd();
+    TheDriver().sent.clear();
+    EXPECT_FALSE(k274::Running());
+
+    std::vector<std::thread> hosts; // never two sessions at once, whoever wins
+    for (int i = 0; i < 4; ++i)
+        hosts.emplace_back([i] {
+            for (int n = 0; n < 20; ++n)
+                i % 2 ? K274_Close() : static_cast<void>(K274_Init(0));
+        });
+    for (std::thread &host : hosts)
+        host.join();
+    K274_Close();
+    AwaitThreadsEnd();
+    EXPECT_FALSE(k274::Running());
+    EXPECT_EQ(K274_Init(0), 0);
+}
+
+TEST_F(LifecycleTest, CloseFromTheCallbackEndsTheScan) {
+    scanner.words = {0, 0, 1, 3, 7, 7, 0x8000, 0};
+    K274_RegNewScanCB([](int32_t code) {
+        if (code == 3)
+            K274_Close();
+    });
+    K274_Init(0);
+    AwaitThreadsEnd();
+    EXPECT_EQ(scripted::SentCodes().back(), 0x17);
+    EXPECT_FALSE(k274::Running());
+}
+
+TEST_F(LifecycleTest, CallbackReplacedDuringAScanTakesTheRest) {
+    static std::atomic<int> second;
+    second = 0;
+    scanner.words = {0, 0, 1, 3, 7, 0x8000, 0};
+    K274_ScanMode(82);
+    K274_RegNewScanCB([](int32_t code) {
+        if (code == 3)
+            K274_RegNewScanCB([](int32_t later) { second = 100 * second + later; });
+    });
+    K274_Init(0);
+    Await([] { return second == 508; });
+    K274_RegNewScanCB(nullptr);
+    scanner.polls = 0;
+    Await([] { return k274::state.scanCounter == 2; });
+    EXPECT_EQ(second, 508);
+}
+
+TEST_F(LifecycleTest, GuiScanIsSentOnceAndAnswered) {
+    K274_Init(0);
+    K274_GuiScan();
+    Await([] { return scripted::CountSent(0x78) == 1; });
+    Await([] { return k274::state.guiScanRequest == 0; });
+}
+
+} // namespace

@@ -1,0 +1,115 @@
+#include "src/log/log.h"
+
+#include "include/k274.h"
+#include "src/common/state.h"
+#include "src/common/text.h"
+#include "tests/support/library_fixture.h"
+
+#include <gmock/gmock.h>
+
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+namespace {
+
+using k274::Format;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::MatchesRegex;
+
+std::string Contents(const std::string &file) {
+    std::ifstream stream(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+struct LogTest : LibraryTest {};
+
+TEST_F(LogTest, LinesCarryNumberTimeAndCategory) {
+    k274::log.Write("plain");
+    k274::log.Usb("Reset Pipe OK");
+    k274::log.Image("x");
+    k274::log.Fw("Card in");
+    k274::log.Write("");
+    k274::log.Blank();
+    EXPECT_THAT(Contents(LogFile()),
+                MatchesRegex("00001,[0-6]:[0-9][0-9]:[0-9][0-9]:[0-9][0-9].[0-9][0-9], plain\r\n"
+                             "00002,.{13}, usb,     Reset Pipe OK\r\n"
+                             "00003,.{13}, image,   x\r\n"
+                             "00004,.{13}, fw,      Card in\r\n"
+                             "\r\n"
+                             "00005,.{13},  \r\n"));
+}
+
+TEST_F(LogTest, CategoryLinesAreCutTo127Characters) {
+    k274::log.Usb(std::string(300, 'a').c_str());
+    EXPECT_THAT(Log(), ElementsAre("usb,     " + std::string(118, 'a')));
+}
+
+TEST_F(LogTest, WritesOnlyWhileRunningExceptDriverStart) {
+    k274::state.running = 0;
+    k274::log.Write("dropped");
+    k274::log.Write("WDU_Init-64 Error 5");
+    EXPECT_THAT(Log(), ElementsAre("WDU_Init-64 Error 5"));
+}
+
+TEST_F(LogTest, PathDecidesWhetherAndWhereLinesGo) {
+    std::filesystem::remove(LogFile());
+    k274::log.Write("the file is not created again");
+    EXPECT_FALSE(std::filesystem::exists(LogFile()));
+
+    const std::string absent = folder + "absent/";
+    K274_SetLogPath(absent.c_str());
+    k274::log.Open();
+    k274::log.Write("no such folder");
+    EXPECT_FALSE(std::filesystem::exists(absent));
+
+    char directory[k274::Log::kPathSize];
+    for (const std::string &refused : {std::string(245, 'd'), std::string(4000, 'd')}) {
+        K274_SetLogPath(refused.c_str());
+        k274::log.CopyWorkingDirectory(directory, sizeof directory);
+        EXPECT_STREQ(directory, "") << refused.size();
+    }
+    const std::string longest(244, 'd');
+    K274_SetLogPath(longest.c_str());
+    k274::log.CopyWorkingDirectory(directory, sizeof directory);
+    EXPECT_EQ(directory, longest);
+
+    K274_SetLogPath(nullptr);
+    k274::log.CopyWorkingDirectory(directory, sizeof directory);
+    EXPECT_STREQ(directory, "");
+    k274::log.Open();
+    k274::log.Write("nowhere");
+}
+
+TEST_F(LogTest, HostTextsWaitForTheMonitorThread) {
+    for (const char *text : {"one", "two", "three", "four", "five"})
+        K274_Log(text);
+    K274_Log(nullptr);
+    EXPECT_THAT(test_clock::Sleeps(), ElementsAre(10, 10, 20, 20, 20));
+    EXPECT_THAT(Log(), IsEmpty());
+    k274::log.FlushDeferred();
+    k274::log.FlushDeferred();
+    EXPECT_THAT(TakeLog(), ElementsAre("one", "two", "five"));
+
+    K274_Log(std::string(1000, 'x').c_str());
+    k274::log.FlushDeferred();
+    EXPECT_THAT(Log(), ElementsAre(std::string(255, 'x')));
+}
+
+TEST_F(LogTest, ThreadsWriteWholeLines) {
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t)
+        threads.emplace_back([t] {
+            for (int i = 0; i < 50; ++i)
+                k274::log.Usb(Format("thread %d line %d", t, i));
+        });
+    for (std::thread &thread : threads)
+        thread.join();
+    const Texts lines = Log();
+    EXPECT_EQ(lines.size(), 200u);
+    for (const std::string &line : lines)
+        EXPECT_THAT(line, MatchesRegex("usb,     thread [0-3] line [0-9]+"));
+}
+
+} // namespace

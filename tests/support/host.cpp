@@ -1,0 +1,104 @@
+#include "tests/support/host.h"
+
+#include <algorithm>
+#include <condition_variable>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <mutex>
+#include <thread>
+
+namespace {
+
+// Shared with the library's threads, which may call back after a test has ended.
+std::mutex stateLock;
+std::condition_variable stateChanged;
+std::vector<int> states;
+size_t mark = 0;
+
+void K274_CALLBACK NoteState(int32_t code) {
+    std::lock_guard guard(stateLock);
+    states.push_back(code);
+    stateChanged.notify_all();
+}
+
+} // namespace
+
+void HostTest::SetUpTestSuite() {
+    setenv("K274_DEVICE", "virtual", 1);
+    VS_SetSpeed(0);
+    VS_SetSeed(1);
+}
+
+void HostTest::SetUp() {
+    char name[] = "/tmp/k274-test-XXXXXX";
+    folder = std::string(mkdtemp(name)) + "/";
+    Mark();
+}
+
+void HostTest::TearDown() {
+    K274_Close();
+    VS_ClearFaults();
+    VS_PlugIn();
+    VS_PressEject();
+    std::filesystem::remove_all(folder);
+}
+
+void HostTest::Start() {
+    K274_SetLogPath(folder.c_str());
+    K274_RegNewScanCB(NoteState);
+    Mark();
+    K274_Init(0);
+    ASSERT_EQ(WaitFor({10}), 10);
+}
+
+std::string HostTest::Sample(const std::string &name) {
+    return std::string(K274_SOURCE_DIR "/scanner/cards/samples/") + name;
+}
+
+void HostTest::Insert(const std::string &name) {
+    // The card before this one may still be on its way out.
+    for (int i = 0; i < 1000 && VS_CardWaiting(); ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    Mark();
+    ASSERT_EQ(VS_InsertCard(Sample(name).c_str()), VS_OK) << VS_LastError();
+}
+
+int HostTest::Scan(const std::string &name) {
+    Insert(name);
+    return WaitFor({8, 9, 11});
+}
+
+int HostTest::WaitFor(const std::vector<int> &codes, std::chrono::milliseconds time) {
+    std::unique_lock lock(stateLock);
+    int found = 0;
+    stateChanged.wait_for(lock, time, [&] {
+        const auto from = states.begin() + static_cast<ptrdiff_t>(mark);
+        const auto at = std::find_first_of(from, states.end(), codes.begin(), codes.end());
+        found = at == states.end() ? 0 : *at;
+        return found != 0;
+    });
+    return found;
+}
+
+void HostTest::Mark() {
+    std::lock_guard guard(stateLock);
+    mark = states.size();
+}
+
+std::vector<int> HostTest::StatesSinceMark() {
+    std::lock_guard guard(stateLock);
+    return {states.begin() + static_cast<ptrdiff_t>(mark), states.end()};
+}
+
+std::vector<std::string> HostTest::Log() const {
+    std::ifstream file(folder + "K274dll.log", std::ios::binary);
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(file, line);) {
+        if (!line.empty() && line.back() == '\r')
+            line.pop_back();
+        const size_t text = line.find(", ");
+        lines.push_back(text == std::string::npos ? line : line.substr(text + 2));
+    }
+    return lines;
+}

@@ -1,0 +1,54 @@
+// A library as just loaded, in front of the scripted driver, with its log in a folder of the test's own.
+#pragma once
+
+#include "tests/support/scripted_driver.h"
+#include "tests/support/test_clock.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <functional>
+#include <string>
+#include <vector>
+
+using Texts = std::vector<std::string>;
+
+class LibraryTest : public testing::Test {
+  protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    /// The log's lines without their number and time.
+    Texts Log() const;
+    /// As Log, and then empties the file.
+    Texts TakeLog();
+    std::string LogFile() const { return folder + "K274dll.log"; }
+
+    /// Codes delivered to the callback so far.
+    static std::vector<int> States();
+
+    /// Attaches a device without starting the library, for tests of single operations.
+    static void OpenDriver();
+
+    /// Waits until a condition holds that another thread brings about; fails the test after ten seconds.
+    static void Await(const std::function<bool()> &condition);
+    /// Waits until the library's threads have ended.
+    static void AwaitThreadsEnd();
+
+    std::string folder;
+};
+
+/// A scanner that answers every command as a healthy one does.
+struct HealthyScanner {
+    std::vector<uint16_t> words;   // status words of the polls, the last one repeats
+    std::vector<std::string> events; // handed out one by one
+    uint8_t replyKind = 0;         // of status replies while no event waits
+    uint8_t firmware[3] = {2, 3, 7};
+    uint16_t afe = 500;            // every AFE word
+    int progress = 2299;           // of image packets
+    std::atomic<size_t> polls{0};
+
+    /// Makes the scripted driver answer for this scanner, which must outlive the test's exchanges.
+    void Serve();
+    scripted::Reply Answer(const scripted::Sent &last, uint32_t size);
+};

@@ -1,0 +1,40 @@
+#include "tests/support/test_clock.h"
+
+#include "platform/os/os.h"
+
+#include <atomic>
+#include <numeric>
+#include <thread>
+
+namespace test_clock {
+
+namespace {
+
+constexpr int64_t kStart = 1'700'000'000'000;
+std::atomic<int64_t> now{kStart};
+thread_local std::vector<uint32_t> sleeps;
+
+} // namespace
+
+void Reset() {
+    now = kStart;
+    sleeps.clear();
+}
+int64_t Milliseconds() { return now; }
+void Advance(int64_t milliseconds) { now += milliseconds; }
+std::vector<uint32_t> Sleeps() { return sleeps; }
+uint32_t TotalSlept() { return std::accumulate(sleeps.begin(), sleeps.end(), 0u); }
+
+} // namespace test_clock
+
+namespace os {
+
+void SleepMs(uint32_t milliseconds) {
+    test_clock::now += milliseconds;
+    test_clock::sleeps.push_back(milliseconds);
+    std::this_thread::yield();
+}
+
+int64_t CalendarSeconds() { return test_clock::now / 1000; }
+
+} // namespace os

@@ -1,0 +1,99 @@
+// The pictures of a scan against the card art that went in.
+#include "tests/support/compare.h"
+#include "tests/support/host.h"
+
+#include <cmath>
+
+namespace {
+
+struct PictureTest : HostTest {};
+
+// The sensor's dark level, about which the virtual scanner adds to every pixel.
+constexpr double kDark = 3;
+
+// What becomes of an art value at a sensor row: the lamp's response, and the gain that levels it.
+Transfer ThroughTheScanner(int edgeRow, bool corrected) {
+    return [=](int row, int channel, int art) {
+        const int position = edgeRow - 1 - row;
+        const double response = K274_GetCcdWccResp()[channel * K274_RESP_POSITIONS + position];
+        double value = art * response / 255 + kDark;
+        if (corrected)
+            value *= std::min(2.55, std::pow(224 / response, 0.97));
+        return std::min(255.0, value);
+    };
+}
+
+// Rows just past the card's upper edge as the virtual scanner lays cards; a few rows off changes nothing here.
+constexpr int kFrontEdgeRow = 1170;
+constexpr int kBackEdgeRow = 2535;
+
+TEST_F(PictureTest, EqualTheArtOfEveryCard) {
+    Start();
+    K274_ScanMode(82);
+    // Lines of the chart that are finer than the sensor's pitch cost most of its fidelity.
+    const struct {
+        const char *name;
+        double decibels;
+    } cards[] = {{"licence", 23}, {"club", 23}, {"chart", 17}};
+    for (const auto &[name, decibels] : cards) {
+        const scanner::Card card = scanner::LoadCard(Sample(name));
+        for (const bool corrected : {true, false}) {
+            SCOPED_TRACE(std::string(name) + (corrected ? ", corrected" : ", as delivered"));
+            K274_SetIllumOpt(corrected ? 7 : 6);
+            ASSERT_EQ(Scan(name), 8);
+            const Transfer front = ThroughTheScanner(kFrontEdgeRow, corrected);
+            const Transfer back = ThroughTheScanner(kBackEdgeRow, corrected);
+            const double fidelity = CompareWithArt(K274_GetImgNatFr(), card.front, front);
+            EXPECT_GT(fidelity, decibels);
+            EXPECT_GT(CompareWithArt(K274_GetImgNatBk(), card.back, back), decibels);
+            // Another gain and the other side are told apart from what came out.
+            const Transfer otherGain = ThroughTheScanner(kFrontEdgeRow, !corrected);
+            EXPECT_LT(CompareWithArt(K274_GetImgNatFr(), card.front, otherGain), fidelity - 1);
+            EXPECT_LT(CompareWithArt(K274_GetImgNatFr(), card.back, front), fidelity - 3);
+        }
+    }
+}
+
+TEST_F(PictureTest, SameSeedSameBytes) {
+    auto digest = [] {
+        uint64_t hash = 1469598103934665603u;
+        for (const uint8_t *image : {K274_GetImgNatFr(), K274_GetImgNatBk()})
+            for (size_t i = 0; i < 6655200; ++i)
+                hash = (hash ^ image[i]) * 1099511628211u;
+        return hash;
+    };
+    K274_ScanMode(82);
+    uint64_t digests[3];
+    for (int i = 0; i < 3; ++i) {
+        VS_SetSeed(i == 2 ? 8 : 7);
+        Start();
+        ASSERT_EQ(Scan("night"), 8);
+        digests[i] = digest();
+        K274_Close();
+    }
+    EXPECT_EQ(digests[0], digests[1]);
+    EXPECT_NE(digests[0], digests[2]);
+}
+
+TEST_F(PictureTest, CardsAreMeasuredAndWhiteOnesKnown) {
+    Start();
+    K274_ScanMode(82);
+    const struct {
+        const char *name;
+        bool white;
+    } cards[] = {{"licence", false}, {"white", true}, {"night", false}};
+    for (const auto &card : cards) {
+        ASSERT_EQ(Scan(card.name), 8);
+        const std::vector<int> states = StatesSinceMark();
+        EXPECT_EQ(std::count(states.begin(), states.end(), 30), card.white) << card.name;
+        K274_Status status;
+        K274_UpdateStatus(&status);
+        EXPECT_NEAR(status.cardWidth, 1856, 6) << card.name;
+        if (card.white) {
+            EXPECT_NEAR(status.frontHeight, 1169, 12);
+            EXPECT_NEAR(status.backHeight, 1169, 12);
+        }
+    }
+}
+
+} // namespace

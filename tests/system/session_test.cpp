@@ -1,0 +1,80 @@
+// A whole session as its log and states tell it.
+#include "tests/support/host.h"
+
+#include <gmock/gmock.h>
+
+#include <thread>
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsSupersetOf;
+using testing::MatchesRegex;
+
+struct SessionTest : HostTest {};
+
+TEST_F(SessionTest, ModeRIsLoggedLineForLine) {
+    Start();
+    K274_ScanMode(82);
+    // Events of the first two seconds are not told.
+    std::this_thread::sleep_for(std::chrono::milliseconds(3100));
+    EXPECT_EQ(Scan("licence"), 8);
+    EXPECT_EQ(WaitFor({21}), 21);
+    K274_Close();
+    EXPECT_THAT(Log(), ElementsAre("init,    SD2      ver 1.5", "init,    DLL      ver 2.3.7",
+                                   "init,    Firmware ver 2.3.7", MatchesRegex("init,    FPGA     ver [0-9]+.[0-9]+"),
+                                   MatchesRegex("init,    Hardware ver [0-9]+"),
+                                   MatchesRegex("init,    Norvex,  SN  [0-9]+, SSN [0-9]+"), " ", " ",
+                                   "fw,      Card in", MatchesRegex("image,   [0-9]{5}, RGB  Xfr.97920.\\.\\.\\."),
+                                   MatchesRegex("image,   [0-9]{5}, RGB  xfr 2100 lines, [0-9]{3}, [0-9]{3}")));
+    EXPECT_THAT(StatesSinceMark(), ElementsAre(20, 1, 3, 5, 8, 21));
+}
+
+TEST_F(SessionTest, RequestsReachTheScanner) {
+    Start();
+    VS_Observed before;
+    VS_GetObserved(&before);
+    K274_UserLED(3);
+    K274_UserBeep(4);
+    K274_GuiScan();
+    K274_DebugLEDs(2, 1);
+    K274_SetUvOpt(6);
+    K274_2ndScan(9);
+    K274_LstScan(1, 500);
+    EXPECT_EQ(K274_LogIn(5), 1);
+    std::this_thread::sleep_for(std::chrono::milliseconds(400));
+    VS_Observed after;
+    VS_GetObserved(&after);
+    EXPECT_EQ(after.userLed, 3u);
+    EXPECT_EQ(after.beeps, before.beeps + 1);
+    EXPECT_EQ(after.lastBeep, 4u);
+    EXPECT_EQ(after.guiScans, before.guiScans + 1);
+    EXPECT_EQ(after.leds[2], 1u);
+    EXPECT_EQ(after.uvOption, 0u);
+    EXPECT_EQ(after.secondScan, 9u);
+    EXPECT_EQ(after.lastScanMode, 1u);
+    EXPECT_EQ(after.lastScanLines, 500u);
+    EXPECT_EQ(after.loggedIn, 5u);
+    EXPECT_EQ(after.pollLogin, 5u);
+    K274_LogIn(1);
+    K274_LstScan(0, 0);
+    K274_SetUvOpt(7);
+}
+
+TEST_F(SessionTest, ResetIsNoticed) {
+    Start();
+    std::this_thread::sleep_for(std::chrono::milliseconds(3100));
+    K274_Reset();
+    EXPECT_EQ(WaitFor({12}), 12);
+    EXPECT_THAT(Log(), IsSupersetOf({"Reset    K274..."}));
+}
+
+TEST_F(SessionTest, WithoutLogPathNothingIsWritten) {
+    K274_SetLogPath(nullptr);
+    K274_Init(0);
+    K274_Log("nowhere");
+    K274_Close();
+    EXPECT_TRUE(Log().empty());
+}
+
+} // namespace
