@@ -1,0 +1,12 @@
+// The library's images as PNG files in memory.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+namespace host {
+
+/// @param channels 1 grey, 3 blue-green-red as the library delivers colours
+std::vector<uint8_t> EncodePng(const uint8_t *pixels, int width, int height, int channels);
+
+} // namespace host
