@@ -45,25 +45,25 @@ extern "C" {
  * events, 30 to 38 qualify the card, negative ones are faults found at start-up or by the scanner. */
 typedef enum K274_State {
     K274_STATE_SCAN_STARTED = 1,
-    K274_STATE_STRIPE_TAKEN = 2,      /* stripe data taken */
-    K274_STATE_RGB_DONE = 3,          /* visible-light lines transferred */
-    K274_STATE_BARCODE_READY = 4,     /* barcode results ready; may come before or after 8 */
-    K274_STATE_CARD_MEASURED = 5,     /* the card's edges were measured */
-    K274_STATE_IR_DONE = 6,           /* infrared lines transferred */
-    K274_STATE_LAST_DONE = 7,         /* ultraviolet or 1200-dpi lines transferred */
-    K274_STATE_COMPLETE = 8,          /* images and records hold the new scan */
-    K274_STATE_CANCELLED = 9,         /* the scan ended early */
+    K274_STATE_STRIPE_TAKEN = 2,  /* stripe data taken */
+    K274_STATE_RGB_DONE = 3,      /* visible-light lines transferred */
+    K274_STATE_BARCODE_READY = 4, /* barcode results ready; may come before or after 8 */
+    K274_STATE_CARD_MEASURED = 5, /* the card's edges were measured */
+    K274_STATE_IR_DONE = 6,       /* infrared lines transferred */
+    K274_STATE_LAST_DONE = 7,     /* ultraviolet or 1200-dpi lines transferred */
+    K274_STATE_COMPLETE = 8,      /* images and records hold the new scan */
+    K274_STATE_CANCELLED = 9,     /* the scan ended early */
     K274_STATE_CONNECTED = 10,
     K274_STATE_DISCONNECTED = 11,
-    K274_STATE_DEVICE_RESET = 12,     /* the scanner says it was reset; may overlap another callback */
+    K274_STATE_DEVICE_RESET = 12, /* the scanner says it was reset; may overlap another callback */
     K274_STATE_CARD_IN = 20,
     K274_STATE_CARD_OUT = 21,
-    K274_STATE_LENGTH_MISMATCH = 23,  /* the card's length disagrees with the expected one */
+    K274_STATE_LENGTH_MISMATCH = 23, /* the card's length disagrees with the expected one */
     K274_STATE_DOOR_OPENED = 24,
     K274_STATE_DOOR_CLOSED = 25,
     K274_STATE_EJECT_BUTTON = 26,
     K274_STATE_CARD_JAMMED = 29,
-    K274_STATE_WHITE_CARD = 30,       /* the card looks like a white calibration card */
+    K274_STATE_WHITE_CARD = 30, /* the card looks like a white calibration card */
     K274_STATE_CALIBRATION_FWD = 31,
     K274_STATE_FACTORY_REV = 32,
     K274_STATE_CALIBRATION_REV = 33,
@@ -74,7 +74,7 @@ typedef enum K274_State {
     K274_STATE_JITTER_CARD = 38,
     K274_STATE_FIRMWARE_DIFFERS = -1, /* firmware differs from the one the library expects */
     K274_STATE_BARCODE_LIB_DIFFERS = -2,
-    K274_STATE_AFE_ERROR = -4,        /* an AFE register exceeds 999 */
+    K274_STATE_AFE_ERROR = -4, /* an AFE register exceeds 999 */
     K274_STATE_FIRMWARE_UPGRADE = -5,
     K274_STATE_UNDEFINED_IRQ = -6
 } K274_State;
@@ -89,14 +89,22 @@ typedef void(K274_CALLBACK *K274_ScanStateCallback)(int32_t state);
 /* Width and height in pixels, rows one after another without padding. Colour pixels are three bytes:
  * blue, green, red. */
 enum {
-    K274_NAT_WIDTH = 1880, K274_NAT_HEIGHT = 1180,   /* visible light, 3 bytes a pixel */
-    K274_IR_WIDTH = 2048, K274_IR_HEIGHT = 1286,     /* infrared, 1 byte */
-    K274_UV_WIDTH = 1024, K274_UV_HEIGHT = 643,      /* ultraviolet, 3 bytes */
-    K274_SLI_WIDTH = 1000, K274_SLI_HEIGHT = 2300,   /* 1200 dpi, 3 bytes */
-    K274_EDGE_WIDTH = 500, K274_EDGE_HEIGHT = 60,    /* strip across the back card edge, 3 bytes */
-    K274_MSIR_WIDTH = 900, K274_MSIR_HEIGHT = 640,   /* stripe in infrared, 1 byte */
-    K274_MSBL_WIDTH = 640, K274_MSBL_HEIGHT = 400,   /* stripe bleed image, 1 byte */
-    K274_RESP_TABLES = 7, K274_RESP_POSITIONS = 2700 /* a CCD response block, 1 byte an entry */
+    K274_NAT_WIDTH = 1880,
+    K274_NAT_HEIGHT = 1180, /* visible light, 3 bytes a pixel */
+    K274_IR_WIDTH = 2048,
+    K274_IR_HEIGHT = 1286, /* infrared, 1 byte */
+    K274_UV_WIDTH = 1024,
+    K274_UV_HEIGHT = 643, /* ultraviolet, 3 bytes */
+    K274_SLI_WIDTH = 1000,
+    K274_SLI_HEIGHT = 2300, /* 1200 dpi, 3 bytes */
+    K274_EDGE_WIDTH = 500,
+    K274_EDGE_HEIGHT = 60, /* strip across the back card edge, 3 bytes */
+    K274_MSIR_WIDTH = 900,
+    K274_MSIR_HEIGHT = 640, /* stripe in infrared, 1 byte */
+    K274_MSBL_WIDTH = 640,
+    K274_MSBL_HEIGHT = 400, /* stripe bleed image, 1 byte */
+    K274_RESP_TABLES = 7,
+    K274_RESP_POSITIONS = 2700 /* a CCD response block, 1 byte an entry */
 };
 
 /* ---- Records of fixed layout ------------------------------------------------------------------- */
@@ -108,28 +116,28 @@ typedef struct K274_Status {
     uint16_t device17, device18;
     uint16_t device38, device36;
     uint16_t device20[8];
-    uint16_t cardWidth;          /* scan columns, 550 per inch */
-    uint16_t frontHeight;        /* sensor positions, 550 per inch */
+    uint16_t cardWidth;   /* scan columns, 550 per inch */
+    uint16_t frontHeight; /* sensor positions, 550 per inch */
     uint16_t backHeight;
     uint16_t reserved34;
-    float rgbDeviation;          /* card length against the nominal one, percent */
+    float rgbDeviation; /* card length against the nominal one, percent */
     float irDeviation, uvDeviation;
     uint32_t device40, device42, device48, device50;
     uint32_t device44, device52, device56;
-    uint16_t topEdge;            /* sensor position of the front card's upper edge */
-    uint16_t backOffset;         /* back card's upper edge, counted from the back sensor's first position */
+    uint16_t topEdge;    /* sensor position of the front card's upper edge */
+    uint16_t backOffset; /* back card's upper edge, counted from the back sensor's first position */
 } K274_Status;
 
 /* Version block, 40 bytes. Bytes without a name are 0. The 64-bit number lies at offset 8 and is kept as
  * two halves, so that every compiler lays the record out alike. */
 typedef struct K274_Version {
-    uint32_t serialNumber;       /* 0 without a scanner */
+    uint32_t serialNumber; /* 0 without a scanner */
     uint32_t reserved4;
-    uint32_t serialNumber2Low;   /* second serial number, 0 when the scanner has none */
+    uint32_t serialNumber2Low; /* second serial number, 0 when the scanner has none */
     uint32_t serialNumber2High;
     uint8_t reserved16[11];
-    uint8_t library[3];          /* major, minor, build */
-    uint8_t barcodeLibrary[2];   /* major, minor */
+    uint8_t library[3];        /* major, minor, build */
+    uint8_t barcodeLibrary[2]; /* major, minor */
     uint8_t firmware[3];
     uint8_t fpga[2];
     uint8_t hardware;

@@ -69,7 +69,7 @@ VS_API void VS_SetSeed(uint32_t seed);
 
 typedef struct VS_Identity {
     uint32_t serialNumber;
-    uint64_t serialNumber2;  /* 0: the scanner has none */
+    uint64_t serialNumber2; /* 0: the scanner has none */
     uint8_t firmware[3], fpga[2], hardware, further;
     uint8_t reserved;
 } VS_Identity;
@@ -85,17 +85,17 @@ VS_API int32_t VS_SetCalibrationRecord(const uint8_t *record, uint32_t size);
 
 /* What the scanner has been told and has seen, for tests. */
 typedef struct VS_Observed {
-    uint32_t leds[8];          /* debug LEDs, as last set */
-    uint32_t userLed;          /* as last set */
-    uint32_t beeps, lastBeep;  /* number of beeps, value of the last */
+    uint32_t leds[8];         /* debug LEDs, as last set */
+    uint32_t userLed;         /* as last set */
+    uint32_t beeps, lastBeep; /* number of beeps, value of the last */
     uint32_t ejects, resets, clears, handshakes, closes, guiScans, hardResets, portCycles, pipeResets;
-    uint32_t loggedIn;         /* from the login command */
+    uint32_t loggedIn;                /* from the login command */
     uint32_t pollLogin, pollScanMode; /* from the last status poll */
     uint32_t uvOption, secondScan, lastScanMode, lastScanLines;
     uint32_t polls, rgbBlocks; /* status polls and RGB blocks answered */
     uint32_t scans, cancelled; /* cards that went through, and those that did not */
     uint32_t unknownCommands;
-    uint32_t lastSequence;     /* sequence number of the last command */
+    uint32_t lastSequence; /* sequence number of the last command */
 } VS_Observed;
 VS_API void VS_GetObserved(VS_Observed *observed);
 
@@ -103,12 +103,12 @@ VS_API void VS_GetObserved(VS_Observed *observed);
 
 /* What happens to a transfer. */
 enum {
-    VS_FAULT_STATUS = 1, /* fails with status `value` at once, nothing is transferred */
-    VS_FAULT_SHORT = 2,  /* only `value` bytes come through, status 0 */
-    VS_FAULT_STALL = 3,  /* hangs until its time-out, then fails with the time-out status */
-    VS_FAULT_LENGTH = 4, /* goes through, but the driver claims `value` bytes */
-    VS_FAULT_GARBAGE = 5,/* goes through with every byte replaced by noise seeded with `value` */
-    VS_FAULT_UNPLUG = 6  /* the scanner is unplugged in the middle of it */
+    VS_FAULT_STATUS = 1,  /* fails with status `value` at once, nothing is transferred */
+    VS_FAULT_SHORT = 2,   /* only `value` bytes come through, status 0 */
+    VS_FAULT_STALL = 3,   /* hangs until its time-out, then fails with the time-out status */
+    VS_FAULT_LENGTH = 4,  /* goes through, but the driver claims `value` bytes */
+    VS_FAULT_GARBAGE = 5, /* goes through with every byte replaced by noise seeded with `value` */
+    VS_FAULT_UNPLUG = 6   /* the scanner is unplugged in the middle of it */
 };
 enum { VS_ANY_COMMAND = 0x1FF };
 enum { VS_OUT = 0, VS_IN = 1 };

@@ -10,7 +10,7 @@
 namespace k274 {
 
 class Settings {
-  public:
+public:
     // Options: stored by the host's setters, read at their next use.
     std::atomic<uint8_t> illumination[4]{{1}, {1}, {1}, {0}}; // visible, infrared, ultraviolet, unused
     std::atomic<int32_t> irEnhance{1};
@@ -28,7 +28,7 @@ class Settings {
     /// Adds one to a positive number and writes it back; a failed write is not told.
     void AdvanceAutoSaveNum();
 
-  private:
+private:
     std::mutex lock_; // scans load while the host saves
     char path_[128] = "";
     char autoSaveName_[8] = "";

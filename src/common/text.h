@@ -14,7 +14,8 @@ inline void CopyText(char *to, size_t size, const char *from) {
     to[length] = 0;
 }
 
-template <size_t Size> struct FixedText {
+template <size_t Size>
+struct FixedText {
     char chars[Size] = {};
     operator const char *() const { return chars; }
 };

@@ -9,7 +9,8 @@
 
 namespace k274 {
 
-template <typename Byte, int Channels> struct ImageView {
+template <typename Byte, int Channels>
+struct ImageView {
     Byte *data;
     int rows, columns;
 
@@ -28,7 +29,7 @@ template <typename Byte, int Channels> struct ImageView {
     }
     operator ImageView<const Byte, Channels>() const { return {data, rows, columns}; }
 
-  private:
+private:
     static void Check([[maybe_unused]] bool inside) {
 #ifdef K274_CHECK_BOUNDS
         if (!inside)

@@ -31,7 +31,8 @@ struct DriverContext {
     void *listMutex = nullptr; // guards the list between the driver's callbacks
     uint32_t deviceCount = 0;
     DeviceContext *devices = nullptr;
-    void *deviceUnusedEvent = nullptr; // signalled for good: nothing in the library holds on to a list element
+    void *deviceUnusedEvent =
+        nullptr; // signalled for good: nothing in the library holds on to a list element
 };
 
 DriverContext driverContext;

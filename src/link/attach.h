@@ -12,10 +12,10 @@ constexpr uint16_t kProductId = 0x0274;
 
 /// What the driver's callbacks and the transport share.
 struct DeviceLink {
-    std::atomic<void *> device{nullptr};      // callbacks: the attached scanner, null when there is none
-    std::atomic<bool> online{false};          // callbacks: from an attach to the next detach
-    std::atomic<int32_t> attaches{0};         // callbacks: since load
-    std::atomic<int32_t> transferErrors{0};   // transport counts, an attach clears; limits the log
+    std::atomic<void *> device{nullptr};    // callbacks: the attached scanner, null when there is none
+    std::atomic<bool> online{false};        // callbacks: from an attach to the next detach
+    std::atomic<int32_t> attaches{0};       // callbacks: since load
+    std::atomic<int32_t> transferErrors{0}; // transport counts, an attach clears; limits the log
 };
 extern DeviceLink deviceLink;
 

@@ -1,5 +1,6 @@
 // The command packet and the codes of the commands that the library sends. A packet is built fresh on the
-// caller's stack; the reply overwrites it. Its first 24 bytes are the header, which some exchanges send alone.
+// caller's stack; the reply overwrites it. Its first 24 bytes are the header, which some exchanges send
+// alone.
 #pragma once
 
 #include "src/common/bytes.h"

@@ -1,7 +1,7 @@
 #include "src/link/session.h"
 
-#include "src/carddata/sd_version.h"
 #include "src/capture/line_buffers.h"
+#include "src/carddata/sd_version.h"
 #include "src/link/attach.h"
 #include "src/link/transport.h"
 #include "src/log/log.h"

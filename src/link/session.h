@@ -35,7 +35,7 @@ struct DeviceSession {
     /// Before a capture: pass flags off, raw line buffers filled with their resting value.
     void ClearCapture();
 
-  private:
+private:
     int32_t Handshake();
 };
 extern DeviceSession session;

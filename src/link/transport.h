@@ -13,16 +13,16 @@ namespace k274 {
 // Results of the operations beside the driver's statuses.
 constexpr uint32_t kComplete = 1;
 constexpr uint32_t kIncomplete = 0;
-constexpr uint32_t kNoDeviceSend = 0xFFFFFFFF;    // a send without a scanner
-constexpr uint32_t kNoDeviceRead = 0x20000001;    // a read without a scanner: the driver's invalid handle
-constexpr uint32_t kReadFailed = 0xFFFFFFFF;      // ReadPacket: the transfer failed
+constexpr uint32_t kNoDeviceSend = 0xFFFFFFFF; // a send without a scanner
+constexpr uint32_t kNoDeviceRead = 0x20000001; // a read without a scanner: the driver's invalid handle
+constexpr uint32_t kReadFailed = 0xFFFFFFFF;   // ReadPacket: the transfer failed
 constexpr uint32_t kStatusDeviceGone = 0xC0007000;
 
 constexpr uint32_t kTransferBufferSize = 196608;
 constexpr uint32_t kReplyDataOffset = 256; // data replies: header, then data
 
 class Transport {
-  public:
+public:
     // ---- sends: the driver's status, 0 for success; kNoDeviceSend without a scanner ----
     uint32_t SendCmd(CmdPkt &packet);
     uint32_t SendCmdHeader(CmdPkt &packet);
@@ -55,7 +55,7 @@ class Transport {
 
     Transport() { FreshHeader(); }
 
-  private:
+private:
     struct Sent {
         uint32_t status;
         bool complete;

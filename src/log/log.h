@@ -10,7 +10,7 @@
 namespace k274 {
 
 class Log {
-  public:
+public:
     static constexpr size_t kPathSize = 256;
     static constexpr size_t kSlotSize = 256;
 
@@ -37,7 +37,7 @@ class Log {
 
     void CopyWorkingDirectory(char *directory, size_t size);
 
-  private:
+private:
     void Category(const char *category, const char *text);
 
     std::mutex lineLock_; // one line at a time

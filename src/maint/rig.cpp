@@ -41,8 +41,12 @@ void LabJackSet(int32_t channel, int32_t action) {
     if (!set || handle == 0)
         return;
     switch (action) {
-    case kRigLow: set(handle, channel, 0); break;
-    case kRigHigh: set(handle, channel, 1); break;
+    case kRigLow:
+        set(handle, channel, 0);
+        break;
+    case kRigHigh:
+        set(handle, channel, 1);
+        break;
     case kRigHighPulse:
         set(handle, channel, 1);
         set(handle, channel, 0);
@@ -51,7 +55,8 @@ void LabJackSet(int32_t channel, int32_t action) {
         set(handle, channel, 0);
         set(handle, channel, 1);
         break;
-    default: break;
+    default:
+        break;
     }
 }
 

@@ -15,7 +15,7 @@ struct LineChannel {
     uint32_t packetBytes;
 };
 
-constexpr LineChannel kRgbChannel = {"Rgb", 1, kRgbLinesPerPacket, kRgbLinesPerPacket * kRgbLineBytes};
+constexpr LineChannel kRgbChannel = {"Rgb", 1, kRgbLinesPerPacket, kRgbLinesPerPacket *kRgbLineBytes};
 
 // Image packets: the scanner's progress in lines, then the pixels.
 constexpr uint32_t kProgressOffset = 16;

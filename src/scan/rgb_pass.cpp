@@ -1,6 +1,7 @@
 // The visible-light pass, top to bottom.
 #include "src/analysis/image_processor.h"
 #include "src/api/image_set.h"
+#include "src/api/settings.h"
 #include "src/capture/ccd_pix.h"
 #include "src/capture/line_buffers.h"
 #include "src/common/locks.h"
@@ -12,7 +13,6 @@
 #include "src/maint/device_commands.h"
 #include "src/scan/line_transfer.h"
 #include "src/scan/status.h"
-#include "src/api/settings.h"
 
 #include <cstring>
 
@@ -23,8 +23,8 @@ namespace {
 constexpr int kFirstIndex = 2200; // the counter runs down from here
 constexpr int kLastFullIndex = kRgbLinesPerPacket + 100;
 constexpr int kPassIndex = 2 * kRgbLinesPerPacket + 200; // the pass counts as whole when it came this far
-constexpr int kPreset = 1;        // of columns that never arrive
-constexpr int kPacePackets = 4;   // distance that is kept from the scanning head
+constexpr int kPreset = 1;                               // of columns that never arrive
+constexpr int kPacePackets = 4;                          // distance that is kept from the scanning head
 
 // Waits when the host has come close to the scanning head.
 void Pace(int index) {
@@ -59,8 +59,8 @@ PassEnd FetchLines() {
 void CutImages() {
     ImageSet &images = imageSet;
     std::lock_guard guard(imageLock);
-    RgbCrop(RawColour(), CorrectedColour(), session.position,
-            {images.NatFr, K274_NAT_HEIGHT, K274_NAT_WIDTH}, {images.NatBk, K274_NAT_HEIGHT, K274_NAT_WIDTH},
+    RgbCrop(RawColour(), CorrectedColour(), session.position, {images.NatFr, K274_NAT_HEIGHT, K274_NAT_WIDTH},
+            {images.NatBk, K274_NAT_HEIGHT, K274_NAT_WIDTH},
             {images.Edge, K274_EDGE_HEIGHT, K274_EDGE_WIDTH});
 }
 

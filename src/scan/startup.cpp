@@ -56,7 +56,8 @@ void CheckAfeRegisters() {
     if (std::none_of(std::begin(kCheckedAfeWords), std::end(kCheckedAfeWords),
                      [&](int word) { return afe.words[word] > kLargestAfeValue; }))
         return;
-    log.Write(Format("AFE register error exposure=%d, gain=%d", afe.words[kAfeExposure], afe.words[kAfeGain]));
+    log.Write(
+        Format("AFE register error exposure=%d, gain=%d", afe.words[kAfeExposure], afe.words[kAfeGain]));
     RaiseScanState(K274_STATE_AFE_ERROR);
 }
 
@@ -73,8 +74,8 @@ void CompareFirmware(const uint8_t (&firmware)[3]) {
     const uint8_t *is = firmware;
     const uint8_t *shouldBe = kLibraryFirmwareVersion;
     RaiseScanState(K274_STATE_FIRMWARE_DIFFERS);
-    log.Write(Format("fwver,   Firmware ver error, is: %d.%d.%d SB: %d.%d.%d", is[0], is[1], is[2], shouldBe[0],
-                     shouldBe[1], shouldBe[2]));
+    log.Write(Format("fwver,   Firmware ver error, is: %d.%d.%d SB: %d.%d.%d", is[0], is[1], is[2],
+                     shouldBe[0], shouldBe[1], shouldBe[2]));
 }
 
 BarcodeLibrary FoundBarcodeLibrary() {

@@ -1,8 +1,8 @@
 #include "src/scan/sequence.h"
 
 #include "include/k274.h"
-#include "src/common/bytes.h"
 #include "src/capture/ccd_pix.h"
+#include "src/common/bytes.h"
 #include "src/common/state.h"
 #include "src/link/session.h"
 #include "src/scan/line_transfer.h"
@@ -240,8 +240,8 @@ TEST_F(SequenceTest, TransferKeepsItsDistanceFromTheHead) {
         bool waits;
     } cases[] = {
         // The n-th packet is that of index 2200 - 12 n; the head stands at index 2300 - progress.
-        {1, 0, false},    {2, 2300, false}, {3, 65535, false}, {4, 2299, false},
-        {5, 207, true},   {6, 220, false},  {7, 231, true},    {8, 244, false}, {9, 1, true},
+        {1, 0, false},   {2, 2300, false}, {3, 65535, false}, {4, 2299, false}, {5, 207, true},
+        {6, 220, false}, {7, 231, true},   {8, 244, false},   {9, 1, true},
     };
     int packet = 0;
     TheDriver().onRead = [&](const Sent &last, uint32_t size) {

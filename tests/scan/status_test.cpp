@@ -1,8 +1,8 @@
 #include "src/scan/status.h"
 
 #include "include/k274.h"
-#include "src/common/bytes.h"
 #include "src/api/image_set.h"
+#include "src/common/bytes.h"
 #include "src/common/state.h"
 #include "src/link/session.h"
 #include "src/link/transport.h"

@@ -10,12 +10,12 @@ namespace {
 
 constexpr int kTile = 48;
 constexpr int kTileStep = 230;
-constexpr int kBorder = 90;  // beyond the rounded corners
-constexpr int kReach = 14;   // largest displacement looked for, pixels
+constexpr int kBorder = 90; // beyond the rounded corners
+constexpr int kReach = 14;  // largest displacement looked for, pixels
 
 // Sum of squared differences of one tile at one displacement.
-double Difference(const uint8_t *image, const scanner::Picture &art, const Transfer &transfer, int row, int column,
-                  int down, int right, int step) {
+double Difference(const uint8_t *image, const scanner::Picture &art, const Transfer &transfer, int row,
+                  int column, int down, int right, int step) {
     double sum = 0;
     for (int r = row; r < row + kTile; r += step) {
         for (int c = column; c < column + kTile; c += step) {

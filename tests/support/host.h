@@ -12,7 +12,7 @@
 #include <vector>
 
 class HostTest : public testing::Test {
-  protected:
+protected:
     static void SetUpTestSuite();
     void SetUp() override;
     void TearDown() override;

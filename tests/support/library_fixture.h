@@ -14,7 +14,7 @@
 using Texts = std::vector<std::string>;
 
 class LibraryTest : public testing::Test {
-  protected:
+protected:
     void SetUp() override;
     void TearDown() override;
 
@@ -40,12 +40,12 @@ class LibraryTest : public testing::Test {
 
 /// A scanner that answers every command as a healthy one does.
 struct HealthyScanner {
-    std::vector<uint16_t> words;   // status words of the polls, the last one repeats
+    std::vector<uint16_t> words;     // status words of the polls, the last one repeats
     std::vector<std::string> events; // handed out one by one
-    uint8_t replyKind = 0;         // of status replies while no event waits
+    uint8_t replyKind = 0;           // of status replies while no event waits
     uint8_t firmware[3] = {2, 3, 7};
-    uint16_t afe = 500;            // every AFE word
-    int progress = 2299;           // of image packets
+    uint16_t afe = 500;  // every AFE word
+    int progress = 2299; // of image packets
     std::atomic<size_t> polls{0};
 
     /// Makes the scripted driver answer for this scanner, which must outlive the test's exchanges.

@@ -33,9 +33,12 @@ TEST_F(FaultTest, LineFaultsCostARetryOrTheScan) {
         int end;
         uint32_t errors;
     } cases[] = {
-        {VS_OUT, 20, 1, VS_FAULT_STATUS, 0xC0000011, 8, 1},  {VS_OUT, 20, 2, VS_FAULT_STATUS, 0xC0000011, 9, 1},
-        {VS_IN, 20, 1, VS_FAULT_SHORT, 97919, 8, 1},         {VS_IN, 20, 2, VS_FAULT_SHORT, 0, 9, 1},
-        {VS_IN, 20, 1, VS_FAULT_STALL, 0, 8, 1},             {VS_IN, 20, 1, VS_FAULT_LENGTH, 0xFFFFFFFF, 8, 1},
+        {VS_OUT, 20, 1, VS_FAULT_STATUS, 0xC0000011, 8, 1},
+        {VS_OUT, 20, 2, VS_FAULT_STATUS, 0xC0000011, 9, 1},
+        {VS_IN, 20, 1, VS_FAULT_SHORT, 97919, 8, 1},
+        {VS_IN, 20, 2, VS_FAULT_SHORT, 0, 9, 1},
+        {VS_IN, 20, 1, VS_FAULT_STALL, 0, 8, 1},
+        {VS_IN, 20, 1, VS_FAULT_LENGTH, 0xFFFFFFFF, 8, 1},
         {VS_IN, 1, 0, VS_FAULT_GARBAGE, 5, 8, 0},
     };
     Start();
@@ -67,7 +70,9 @@ TEST_F(FaultTest, GarbageInEveryReplyIsSurvived) {
 TEST_F(FaultTest, RandomFaultsAreSurvived) {
     std::mt19937 engine(42);
     auto random = [&] { return static_cast<uint32_t>(engine()); };
-    auto pick = [&](std::initializer_list<uint32_t> values) { return *(values.begin() + random() % values.size()); };
+    auto pick = [&](std::initializer_list<uint32_t> values) {
+        return *(values.begin() + random() % values.size());
+    };
     Start();
     K274_ScanMode(82);
     for (int round = 0; round < 12; ++round) {
@@ -86,7 +91,8 @@ TEST_F(FaultTest, RandomFaultsAreSurvived) {
 TEST_F(FaultTest, UnplugAtAnyMomentAndPlugInAgain) {
     const struct {
         uint32_t command, direction, first;
-    } moments[] = {{0x13, VS_IN, 1}, {0x00, VS_IN, 2}, {0x66, VS_OUT, 1}, {0x01, VS_IN, 1}, {0x01, VS_OUT, 100}};
+    } moments[] = {
+        {0x13, VS_IN, 1}, {0x00, VS_IN, 2}, {0x66, VS_OUT, 1}, {0x01, VS_IN, 1}, {0x01, VS_OUT, 100}};
     Start();
     K274_ScanMode(82);
     for (const auto &moment : moments) {

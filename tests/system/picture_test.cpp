@@ -23,7 +23,8 @@ Transfer ThroughTheScanner(int edgeRow, bool corrected) {
     };
 }
 
-// Rows just past the card's upper edge as the virtual scanner lays cards; a few rows off changes nothing here.
+// Rows just past the card's upper edge as the virtual scanner lays cards; a few rows off changes nothing
+// here.
 constexpr int kFrontEdgeRow = 1170;
 constexpr int kBackEdgeRow = 2535;
 

@@ -21,12 +21,13 @@ TEST_F(SessionTest, ModeRIsLoggedLineForLine) {
     EXPECT_EQ(Scan("licence"), 8);
     EXPECT_EQ(WaitFor({21}), 21);
     K274_Close();
-    EXPECT_THAT(Log(), ElementsAre("init,    SD2      ver 1.5", "init,    DLL      ver 2.3.7",
-                                   "init,    Firmware ver 2.3.7", MatchesRegex("init,    FPGA     ver [0-9]+.[0-9]+"),
-                                   MatchesRegex("init,    Hardware ver [0-9]+"),
-                                   MatchesRegex("init,    Norvex,  SN  [0-9]+, SSN [0-9]+"), " ", " ",
-                                   "fw,      Card in", MatchesRegex("image,   [0-9]{5}, RGB  Xfr.97920.\\.\\.\\."),
-                                   MatchesRegex("image,   [0-9]{5}, RGB  xfr 2100 lines, [0-9]{3}, [0-9]{3}")));
+    EXPECT_THAT(
+        Log(), ElementsAre("init,    SD2      ver 1.5", "init,    DLL      ver 2.3.7",
+                           "init,    Firmware ver 2.3.7", MatchesRegex("init,    FPGA     ver [0-9]+.[0-9]+"),
+                           MatchesRegex("init,    Hardware ver [0-9]+"),
+                           MatchesRegex("init,    Norvex,  SN  [0-9]+, SSN [0-9]+"), " ", " ",
+                           "fw,      Card in", MatchesRegex("image,   [0-9]{5}, RGB  Xfr.97920.\\.\\.\\."),
+                           MatchesRegex("image,   [0-9]{5}, RGB  xfr 2100 lines, [0-9]{3}, [0-9]{3}")));
     EXPECT_THAT(StatesSinceMark(), ElementsAre(20, 1, 3, 5, 8, 21));
 }
 
