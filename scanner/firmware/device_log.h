@@ -1,6 +1,7 @@
 // The device log: what the scanner was told and what it did, one line each, for people who debug a host.
 #pragma once
 
+#include "platform/os/printf_format.h"
 #include "scanner/firmware/clock.h"
 
 #include <cstdio>
@@ -17,11 +18,8 @@ public:
     DeviceLog &operator=(const DeviceLog &) = delete;
 
     bool On() const { return file_ != nullptr; }
-#if defined(__GNUC__)
-    __attribute__((format(printf, 2, 3)))
-#endif
-    void
-    Line(const char *format, ...);
+    PRINTF_FORMAT(2, 3)
+    void Line(const char *format, ...);
 
 private:
     const Clock &clock_;

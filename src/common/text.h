@@ -1,6 +1,8 @@
 // Texts in fixed buffers: cut to fit, always terminated.
 #pragma once
 
+#include "platform/os/printf_format.h"
+
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
@@ -21,13 +23,8 @@ struct FixedText {
 };
 
 /// One formatted message of the log, cut to the 127 characters that its lines hold.
-#ifdef __MINGW32__
-__attribute__((format(gnu_printf, 1, 2)))
-#else
-__attribute__((format(printf, 1, 2)))
-#endif
-inline FixedText<128>
-Format(const char *format, ...) {
+PRINTF_FORMAT(1, 2)
+inline FixedText<128> Format(const char *format, ...) {
     FixedText<128> text;
     __builtin_va_list arguments;
     __builtin_va_start(arguments, format);
