@@ -26,7 +26,7 @@ std::vector<StepRow> AllRows() {
 
 // Keeps the best time of every benchmark.
 class BestTimes : public benchmark::BenchmarkReporter {
-  public:
+public:
     bool ReportContext(const Context &) override { return true; }
     void ReportRuns(const std::vector<Run> &runs) override {
         for (const Run &run : runs) {
@@ -44,7 +44,7 @@ class BestTimes : public benchmark::BenchmarkReporter {
         return found == times_.end() ? 0 : found->second;
     }
 
-  private:
+private:
     std::map<std::string, double> times_;
 };
 

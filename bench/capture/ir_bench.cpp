@@ -3,7 +3,6 @@
 
 #include "src/analysis/image_processor.h"
 #include "src/capture/ir_lines.h"
-#include "src/capture/measure.h"
 #include "src/carddata/barcode_images.h"
 #include "tests/support/reference_ir_uv.h"
 #include "tests/support/reference_rgb.h"
@@ -31,7 +30,8 @@ const CardPosition card{150, 1168, 140, 2533, false};
 const ContrastTable contrast = BuildContrastTable();
 
 const GreyView raw{rawBytes, kSensorRows, kIrColumns}, corrected{correctedBytes, kSensorRows, kIrColumns};
-const GreyView irFr{frontBytes, K274_IR_HEIGHT, K274_IR_WIDTH}, irBk{backBytes, K274_IR_HEIGHT, K274_IR_WIDTH};
+const GreyView irFr{frontBytes, K274_IR_HEIGHT, K274_IR_WIDTH},
+    irBk{backBytes, K274_IR_HEIGHT, K274_IR_WIDTH};
 const ColourView colour{colourBytes, kSensorRows, kRgbColumns};
 const GreyView red0{red0Bytes, kSensorRows, kRgbColumns}, red1{red1Bytes, kSensorRows, kRgbColumns};
 
@@ -39,9 +39,10 @@ void Prepare() {
     std::mt19937 random(2);
     for (int block = 0; block < kBlocks; block++)
         for (int i = 0; i < kIrBlockBytes; i++) {
-            const int line = kFirstBlock + block * kIrLinesPerPacket + i / kLinePixels, pixel = i % kLinePixels;
-            lines[block][i] = Noise(random, line > 200 && line < 2225 &&
-                                                ((pixel > 20 && pixel < 1155) || pixel > 1480));
+            const int line = kFirstBlock + block * kIrLinesPerPacket + i / kLinePixels,
+                      pixel = i % kLinePixels;
+            lines[block][i] =
+                Noise(random, line > 200 && line < 2225 && ((pixel > 20 && pixel < 1155) || pixel > 1480));
         }
     for (uint16_t &gain : gains)
         gain = static_cast<uint16_t>(100 + random() % 227);
@@ -55,13 +56,6 @@ void StoreLines() {
         store(lines[block], kFirstBlock + block * kIrLinesPerPacket, raw);
 }
 void CopyLines() { std::memcpy(rawBytes, lines, sizeof lines); }
-
-void PlainLevels() {
-    int front = 0, back = 0;
-    reference::IrLevels(raw, front, back);
-    benchmark::DoNotOptimize(front + back);
-}
-void LibraryLevels() { benchmark::DoNotOptimize(IrLevels(raw)); }
 
 void PlainGain() {
     reference::CopyImage(raw, corrected);
@@ -86,13 +80,6 @@ void Destripe() {
 void PlainProfiles() { reference::IrResp(raw, corrected, rawTable, correctedTable); }
 void Profiles() { processor.IrResp(raw, corrected, rawTable, correctedTable); }
 
-void PlainDust() {
-    int counts[4];
-    reference::DustCheck(colour, raw, counts);
-    benchmark::DoNotOptimize(counts);
-}
-void Dust() { benchmark::DoNotOptimize(processor.DustCheck(colour, raw)); }
-
 void PlainRed() {
     reference::BuildRedImage(colour, red0);
     reference::RedContrast(contrast, red0, red1);
@@ -110,25 +97,23 @@ void PlainIrBarcode() { reference::BuildIrBarcodeImage(corrected, red1); }
 void IrBarcode() { BuildIrBarcodeImage(corrected, red1); }
 void CopyIrBarcode() { std::memcpy(red1Bytes, correctedBytes, sizeof red1Bytes); }
 
-constexpr Step kPlainEnd = All<PlainLevels, PlainGain, PlainCrop, Destripe<reference::IrDestripe>, PlainProfiles>;
-constexpr Step kEnd = All<LibraryLevels, Gain, Crop, Destripe<IrDestripe>, Profiles>;
+constexpr Step kPlainEnd = All<PlainGain, PlainCrop, Destripe<reference::IrDestripe>, PlainProfiles>;
+constexpr Step kEnd = All<Gain, Crop, Destripe<IrDestripe>, Profiles>;
 
 } // namespace
 
-void PlainIrPass() { All<PlainRed, StoreLines<reference::IrLineStore>, kPlainEnd, PlainDust, PlainIrBarcode>(); }
-void IrPass() { All<Red, StoreLines<IrLineStore>, kEnd, Dust, IrBarcode>(); }
+void PlainIrPass() { All<PlainRed, StoreLines<reference::IrLineStore>, kPlainEnd, PlainIrBarcode>(); }
+void IrPass() { All<Red, StoreLines<IrLineStore>, kEnd, IrBarcode>(); }
 
 std::vector<StepRow> IrRows() {
     Prepare();
     return {
         {"red barcode images", PlainRed, Red, CopyRed},
         {"IR line store", StoreLines<reference::IrLineStore>, StoreLines<IrLineStore>, CopyLines},
-        {"IR levels", PlainLevels, LibraryLevels, CopyWhole},
         {"IR copy and gain", PlainGain, Gain, CopyWhole},
         {"IR crops", PlainCrop, Crop, CopyCrops},
         {"IR destriping", Destripe<reference::IrDestripe>, Destripe<IrDestripe>, CopyCrops},
         {"IR profiles", PlainProfiles, Profiles, CopyWhole},
-        {"dust", PlainDust, Dust, CopyWhole},
         {"IR barcode image", PlainIrBarcode, IrBarcode, CopyIrBarcode},
         {"IR after last packet", kPlainEnd, kEnd, All<CopyWhole, CopyCrops>, ">= 5 x plain"},
     };

@@ -1,5 +1,6 @@
-// Every heavy step of the visible-light pass beside the same step as plain loops and a memcpy of the bytes
-// that it moves, interleaved in one run. Prints the best CPU times and their ratios.
+// Steps of the visible-light pass.
+#include "bench/capture/step_table.h"
+
 #include "src/analysis/image_processor.h"
 #include "src/capture/measure.h"
 #include "src/capture/rgb_lines.h"
@@ -7,18 +8,11 @@
 
 #include <benchmark/benchmark.h>
 
-#include <algorithm>
-#include <cstdio>
 #include <cstring>
-#include <map>
-#include <random>
-#include <string>
-#include <vector>
 
-namespace k274 {
+namespace k274::bench {
 namespace {
 
-constexpr int kRepetitions = 15;
 constexpr int kFirstBlock = 2188, kLastBlock = 100;
 constexpr int kBlocks = (kFirstBlock - kLastBlock) / kRgbLinesPerPacket + 1;
 constexpr size_t kImageBytes = size_t{kSensorRows} * kRgbColumns * 3;
@@ -43,7 +37,7 @@ void PrepareLines() {
             const int line = kFirstBlock - block * kRgbLinesPerPacket + i / kRgbLineBytes;
             const int pixel = i % kRgbLineBytes / 3;
             const bool card = line > 290 && line < 2150 && ((pixel > 20 && pixel < 1155) || pixel > 1480);
-            lines[block][i] = static_cast<uint8_t>((card ? 100 : 0) + (random() >> 8) % (card ? 128 : 8));
+            lines[block][i] = Noise(random, card);
         }
     for (auto &row : gains)
         for (uint16_t &gain : row)
@@ -51,8 +45,6 @@ void PrepareLines() {
 }
 
 // ---- The steps: as plain loops, as the library does them, as copies
-
-using Step = void (*)();
 
 template <void (*store)(const uint8_t *, int, ColourView)>
 void StoreLines() {
@@ -121,98 +113,33 @@ void CopyLevels() {
     }
 }
 
-template <Step... steps>
-void All() {
-    (steps(), ...);
-}
-
-struct Row {
-    const char *name;
-    Step plain, library, copy;
-    const char *wanted;
-};
-// Lines and gain come first, so that the other steps find a card.
-const Row kRows[] = {
-    {"line store", StoreLines<reference::RgbLineStore>, StoreLines<RgbLineStore>, CopyLines, "<= 6.5 copies"},
-    {"copy", PlainCopy, Copy, CopyWhole, ""},
-    {"copy and gain", PlainGain, Gain, CopyWhole, "<= 1.3 copies"},
-    {"search and crops", Crop<reference::RgbCrop>, Crop<RgbCrop>, CopyCrops, ""},
-    {"raw profile", PlainRawProfile, RawProfile, CopyRawProfile, ""},
-    {"corrected profile", PlainCorrectedProfile, CorrectedProfile, CopyCorrectedProfile, ""},
-    {"levels, white test", PlainLevels, LevelsAndWhiteTest, CopyLevels, ""},
-    {"whole pass",
-     All<StoreLines<reference::RgbLineStore>, PlainLevels, PlainGain, Crop<reference::RgbCrop>,
-         PlainRawProfile, PlainCorrectedProfile>,
-     All<StoreLines<RgbLineStore>, LevelsAndWhiteTest, Gain, Crop<RgbCrop>, RawProfile, CorrectedProfile>,
-     All<CopyLines, CopyLevels, CopyWhole, CopyCrops, CopyRawProfile, CopyCorrectedProfile>, ">= 4 x plain"},
-};
-
-// Keeps the best time of every benchmark.
-class BestTimes : public benchmark::BenchmarkReporter {
-public:
-    bool ReportContext(const Context &) override { return true; }
-    void ReportRuns(const std::vector<Run> &runs) override {
-        for (const Run &run : runs) {
-            if (run.run_type != Run::RT_Iteration)
-                continue;
-            const double time = run.GetAdjustedCPUTime();
-            const auto [best, isFirst] = times_.try_emplace(run.run_name.function_name, time);
-            if (!isFirst)
-                best->second = std::min(best->second, time);
-        }
-    }
-    double Of(const std::string &name) const { return times_.at(name); }
-
-private:
-    std::map<std::string, double> times_;
-};
-
-std::string NameOf(const Row &row, const char *form) { return std::string(row.name) + ", " + form; }
-
-void Register(const std::string &name, Step step) {
-    benchmark::RegisterBenchmark(name.c_str(),
-                                 [step](benchmark::State &state) {
-                                     for (auto _ : state) {
-                                         step();
-                                         benchmark::ClobberMemory();
-                                     }
-                                 })
-        ->Iterations(1)
-        ->Repetitions(kRepetitions)
-        ->Unit(benchmark::kMillisecond);
-}
-
-void PrintTable(const BestTimes &times) {
-    std::printf("%-20s %9s %9s %9s %9s %9s  %s\n", "best of 15, CPU ms", "plain", "library", "copy",
-                "plain/lib", "lib/copy", "wanted");
-    for (const Row &row : kRows) {
-        const double plain = times.Of(NameOf(row, "plain")), library = times.Of(NameOf(row, "library")),
-                     copy = times.Of(NameOf(row, "copy"));
-        std::printf("%-20s %9.2f %9.2f %9.2f %9.2f %9.2f  %s\n", row.name, plain, library, copy,
-                    plain / library, library / copy, row.wanted);
-    }
-}
+void CopyPass() { All<CopyLines, CopyLevels, CopyWhole, CopyCrops, CopyRawProfile, CopyCorrectedProfile>(); }
 
 } // namespace
-} // namespace k274
 
-int main(int argc, char **argv) {
-    using namespace k274;
-    std::vector<char *> arguments(argv, argv + argc);
-    std::string interleave = "--benchmark_enable_random_interleaving=true";
-    arguments.insert(arguments.begin() + 1, interleave.data());
-    int count = static_cast<int>(arguments.size());
-    benchmark::Initialize(&count, arguments.data());
-
-    PrepareLines();
-    for (const Row &row : kRows) {
-        row.library();
-        Register(NameOf(row, "plain"), row.plain);
-        Register(NameOf(row, "library"), row.library);
-        Register(NameOf(row, "copy"), row.copy);
-    }
-    BestTimes times;
-    benchmark::RunSpecifiedBenchmarks(&times);
-    PrintTable(times);
-    return 0;
+void PlainRgbPass() {
+    All<StoreLines<reference::RgbLineStore>, PlainLevels, PlainGain, Crop<reference::RgbCrop>,
+        PlainRawProfile, PlainCorrectedProfile>();
 }
+void RgbPass() {
+    All<StoreLines<RgbLineStore>, LevelsAndWhiteTest, Gain, Crop<RgbCrop>, RawProfile, CorrectedProfile>();
+}
+void CopyRgbRaw() { CopyWhole(); }
+
+// Lines and gain come first, so that the other steps find a card.
+std::vector<StepRow> RgbRows() {
+    PrepareLines();
+    return {
+        {"RGB line store", StoreLines<reference::RgbLineStore>, StoreLines<RgbLineStore>, CopyLines,
+         "<= 6.5 copies"},
+        {"RGB copy", PlainCopy, Copy, CopyWhole},
+        {"RGB copy and gain", PlainGain, Gain, CopyWhole, "<= 1.3 copies"},
+        {"RGB search and crops", Crop<reference::RgbCrop>, Crop<RgbCrop>, CopyCrops},
+        {"RGB raw profile", PlainRawProfile, RawProfile, CopyRawProfile},
+        {"RGB corrected profile", PlainCorrectedProfile, CorrectedProfile, CopyCorrectedProfile},
+        {"RGB levels, white test", PlainLevels, LevelsAndWhiteTest, CopyLevels},
+        {"RGB pass", PlainRgbPass, RgbPass, CopyPass, ">= 4 x plain"},
+    };
+}
+
+} // namespace k274::bench

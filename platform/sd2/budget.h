@@ -7,34 +7,35 @@
 namespace sd2 {
 
 class Stopwatch {
-  public:
+public:
     explicit Stopwatch(int limitMs) : limitMs_(limitMs) {}
     double ElapsedMs() const {
         return std::chrono::duration<double, std::milli>(Clock::now() - begin_).count();
     }
     double LimitMs() const { return limitMs_; }
 
-  private:
+private:
     using Clock = std::chrono::steady_clock;
     Clock::time_point begin_ = Clock::now();
     double limitMs_;
 };
 
 class Attempts {
-  public:
+public:
     explicit Attempts(const Stopwatch &watch) : watch_(watch) {}
 
     bool MayStart() const { return watch_.ElapsedMs() + 1.5 * lastMs_ < watch_.LimitMs(); }
 
     /// Runs one attempt and notes how long it took.
-    template <typename Attempt> bool Run(const Attempt &attempt) {
+    template <typename Attempt>
+    bool Run(const Attempt &attempt) {
         const double begin = watch_.ElapsedMs();
         const bool success = attempt();
         lastMs_ = watch_.ElapsedMs() - begin;
         return success;
     }
 
-  private:
+private:
     const Stopwatch &watch_;
     double lastMs_ = 0;
 };

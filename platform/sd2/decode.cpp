@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace sd2 {
 namespace {
@@ -35,15 +36,24 @@ bool ReadWhole(const Request &request, Attempts &attempts, Result *result) {
         return false;
     result->symbology = kPdf417;
     result->text = read.bytes;
-    const Point reading = read.topRight - read.topLeft;
-    result->orientation = (std::abs(reading.x) >= std::abs(reading.y) ? reading.x : reading.y) >= 0 ? 1 : 2;
-    double first = read.topLeft.y, last = first;
-    for (const Point &p : {read.topRight, read.bottomLeft, read.bottomRight}) {
-        first = std::min(first, p.y);
-        last = std::max(last, p.y);
+    // The engine marks a side that it did not see by one point for both of its corners. It takes a mirrored
+    // symbol for one that is turned, so the reading direction is always a quarter turn from the way down.
+    double first = 1e9, last = 0;
+    Point down;
+    for (const auto &[top, bottom] :
+         {std::pair(read.topLeft, read.bottomLeft), {read.topRight, read.bottomRight}}) {
+        if (Dot(bottom - top, bottom - top) == 0)
+            continue;
+        down = bottom - top;
+        first = std::min({first, top.y, bottom.y});
+        last = std::max({last, top.y, bottom.y});
     }
-    if (last == 0) // the engine did not tell: the whole image
+    const Point reading{down.y, -down.x};
+    result->orientation = (std::abs(reading.x) >= std::abs(reading.y) ? reading.x : reading.y) >= 0 ? 1 : 2;
+    if (first > last) { // neither side was seen: somewhere in the image
+        first = 0;
         last = image.lines;
+    }
     result->SetPosition(scale * first, scale * last, request.image.lines);
     result->info[kInfoAccepted] = 1;
     result->info[kInfoCorrection] = static_cast<uint16_t>(read.correctionLevel);

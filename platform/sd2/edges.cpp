@@ -12,6 +12,8 @@ constexpr int kBlock = 16;
 // Neighbourhoods with less contrast than this hold no bars; the threshold before them stays in force, so
 // that wide bars stay dark.
 constexpr int kMinContrast = 20;
+// Shorter runs are noise on a slope: the line did not turn at all.
+constexpr int kMinRun = kEdgeUnit / 4;
 
 struct Extremes {
     uint8_t low, high;
@@ -35,14 +37,17 @@ int32_t Crossing(int i, int before, int after, int threshold) {
     return (i - 1) * kEdgeUnit + kEdgeUnit / 2 + part;
 }
 
-void FindLineEdges(const uint8_t *grey, int length, std::vector<Extremes> &blocks, std::vector<int32_t> &out) {
+void FindLineEdges(const uint8_t *grey, int length, std::vector<Extremes> &blocks,
+                   std::vector<int32_t> &out) {
     const int count = (length + kBlock - 1) / kBlock;
     blocks.resize(static_cast<size_t>(count) + 2);
     for (int b = 0; b < count; ++b)
-        blocks[static_cast<size_t>(b) + 1] = BlockExtremes(grey + b * kBlock, std::min(kBlock, length - b * kBlock));
+        blocks[static_cast<size_t>(b) + 1] =
+            BlockExtremes(grey + b * kBlock, std::min(kBlock, length - b * kBlock));
     blocks.front() = blocks[1];
     blocks.back() = blocks[static_cast<size_t>(count)];
 
+    const size_t begin = out.size();
     int threshold = 0;
     bool dark = false;
     for (int b = 0; b < count; ++b) {
@@ -57,7 +62,11 @@ void FindLineEdges(const uint8_t *grey, int length, std::vector<Extremes> &block
         for (int i = b * kBlock; i < end; ++i)
             if ((grey[i] < threshold) != dark) {
                 dark = !dark;
-                out.push_back(i == 0 ? 0 : Crossing(i, grey[i - 1], grey[i], threshold));
+                const int32_t edge = i == 0 ? 0 : Crossing(i, grey[i - 1], grey[i], threshold);
+                if (out.size() > begin && edge - out.back() < kMinRun)
+                    out.pop_back();
+                else
+                    out.push_back(edge);
             }
     }
 }

@@ -29,13 +29,20 @@ bool Read(const GreyImage &image, const ZXing::DecodeHints &hints, EngineRead *r
     const ZXing::ImageView view(image.data, image.pixels, image.lines, ZXing::ImageFormat::Lum,
                                 static_cast<int>(image.stride));
     const ZXing::Result result = ZXing::ReadBarcode(view, hints);
-    if (!result.isValid())
+    if (!result.isValid() || result.bytes().empty())
         return false;
     switch (result.format()) {
-    case ZXing::BarcodeFormat::PDF417: read->symbology = kPdf417; break;
-    case ZXing::BarcodeFormat::Code128: read->symbology = kCode128; break;
-    case ZXing::BarcodeFormat::Code39: read->symbology = kCode39; break;
-    default: return false;
+    case ZXing::BarcodeFormat::PDF417:
+        read->symbology = kPdf417;
+        break;
+    case ZXing::BarcodeFormat::Code128:
+        read->symbology = kCode128;
+        break;
+    case ZXing::BarcodeFormat::Code39:
+        read->symbology = kCode39;
+        break;
+    default:
+        return false;
     }
     read->bytes.assign(result.bytes().begin(), result.bytes().end());
     const std::string level = result.ecLevel();

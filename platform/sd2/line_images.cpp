@@ -20,7 +20,8 @@ void AverageLines(const GreyImage &image, int group, LineImages &out) {
             for (int k = 0; k < group; ++k) {
                 const uint8_t *source = image.Line(line * group + k) + at;
                 for (int i = 0; i < count; ++i)
-                    sum[static_cast<size_t>(i)] = static_cast<uint16_t>(sum[static_cast<size_t>(i)] + source[i]);
+                    sum[static_cast<size_t>(i)] =
+                        static_cast<uint16_t>(sum[static_cast<size_t>(i)] + source[i]);
             }
             uint8_t *target = out.image.Line(line) + at;
             for (int i = 0; i < count; ++i)
@@ -39,7 +40,8 @@ uint32_t ByteSum(const uint8_t *bytes, int group) {
     return static_cast<uint32_t>((pairs * 0x0001000100010001ull) >> 48);
 }
 
-template <int kGroup> void AveragePixelGroups(const GreyImage &image, OwnImage &out) {
+template <int kGroup>
+void AveragePixelGroups(const GreyImage &image, OwnImage &out) {
     constexpr int kBlock = 64; // lines transposed at once: one cache line of every target line
     std::array<uint8_t, kBlock> column;
     for (int line = 0; line < image.lines; line += kBlock) {

@@ -23,7 +23,7 @@ struct Stretch {
 
 /// Splits a line at runs that are much longer than those before them.
 void FindStretches(const int32_t *edge, int count, int line, std::vector<Stretch> &out) {
-    constexpr int kMemory = 8;                    // runs that set the measure
+    constexpr int kMemory = 8;                      // runs that set the measure
     constexpr double kLongAtFirst = 5.5, kLong = 4; // times their mean
     const auto close = [&](int first, int last) {
         if (last - first >= kMinRuns)
@@ -33,7 +33,8 @@ void FindStretches(const int32_t *edge, int count, int line, std::vector<Stretch
     for (int i = 1; i + 1 < count; ++i) {
         const int run = edge[i + 1] - edge[i];
         const int known = std::min(i - first, kMemory);
-        if (known <= 0 || run <= (known < kMemory ? kLongAtFirst : kLong) * (edge[i] - edge[i - known]) / known)
+        if (known <= 0 ||
+            run <= (known < kMemory ? kLongAtFirst : kLong) * (edge[i] - edge[i - known]) / known)
             continue;
         // A long light run lies between stretches; a long dark one, too, with the light runs beside it.
         const bool light = i & 1;
@@ -47,8 +48,8 @@ int Place(int32_t edge) { return (edge * kScale + kEdgeUnit / 2) / kEdgeUnit; }
 
 /// Draws stretches where they lie along their lines, one line of the result for each line that has some.
 /// @return the end of the stretches drawn
-size_t Draw(const Edges &edges, const std::vector<Stretch> &stretches, size_t begin, int length, OwnImage &out,
-            std::vector<int> &lineOf) {
+size_t Draw(const Edges &edges, const std::vector<Stretch> &stretches, size_t begin, int length,
+            OwnImage &out, std::vector<int> &lineOf) {
     constexpr size_t kMaxLines = 256; // the engine skips lines of larger images
     constexpr int kQuiet = 64;        // pixels of paper at both ends
     lineOf.clear();
@@ -79,23 +80,27 @@ struct Corner {
     int32_t at;
 };
 
+constexpr int kFollowed = 7; // edges
+
 /// Follows a few bars from line to line as long as they go on.
-/// @param edge  index of the first of kEdges edges
-/// @param step  1 or -1
+/// @param edge    index of the first of kFollowed edges
+/// @param corner  which of them is the code's end
+/// @param step    1 or -1
 Corner Follow(const Edges &edges, int line, int edge, int corner, int step) {
-    constexpr int kFollowed = 7;           // edges
-    constexpr int kSlack = 4 * kEdgeUnit;  // along, from line to line
-    constexpr int kMaxGap = 2;             // lines without them
+    constexpr int kSlack = 4 * kEdgeUnit; // along, from line to line
+    constexpr int kMaxGap = 2;            // lines without them
     int32_t reference[kFollowed];
     std::copy_n(edges.Line(line) + edge, kFollowed, reference);
     const int length = reference[kFollowed - 1] - reference[0];
     Corner last{line, reference[corner]};
     int32_t at = reference[0];
-    for (int next = line + step; next >= 0 && next < edges.Lines() && std::abs(next - last.line) <= kMaxGap; next += step) {
+    for (int next = line + step; next >= 0 && next < edges.Lines() && std::abs(next - last.line) <= kMaxGap;
+         next += step) {
         const int32_t *candidates = edges.Line(next);
         const int count = edges.Count(next);
         const int32_t *found = std::lower_bound(candidates, candidates + count, at - kSlack);
-        for (int e = static_cast<int>(found - candidates); e + kFollowed <= count && candidates[e] <= at + kSlack; ++e) {
+        for (int e = static_cast<int>(found - candidates);
+             e + kFollowed <= count && candidates[e] <= at + kSlack; ++e) {
             if ((e & 1) != (edge & 1))
                 continue;
             bool same = true;
@@ -122,7 +127,6 @@ void FindPosition(const Request &request, const LineImages &lines, const Edges &
         const auto further = [&](int32_t a, int32_t b) { return std::abs(a - at) < std::abs(b - at); };
         return static_cast<int>(std::min_element(edge, edge + count, further) - edge);
     };
-    constexpr int kFollowed = 7;
     const int first = std::min(nearest(from), count - kFollowed), last = std::max(nearest(to), kFollowed - 1);
     const Corner corners[] = {Follow(edges, line, first, 0, -1), Follow(edges, line, first, 0, 1),
                               Follow(edges, line, last - kFollowed + 1, kFollowed - 1, -1),
@@ -151,7 +155,7 @@ bool ReadLinear(const Request &request, const LineImages &lines, const Edges &ed
         next = Draw(edges, stretches, next, lines.image.pixels, drawn, lineOf);
         const bool found = attempts.Run(
             [&] { return EngineReadLinear(drawn.View(), request.code128, request.code39, &read); });
-        if (!found || read.bytes.empty() || (read.symbology == kCode39 && read.bytes.size() < kMinCode39))
+        if (!found || (read.symbology == kCode39 && read.bytes.size() < kMinCode39))
             continue;
         const int quiet = (drawn.pixels - lines.image.pixels * kScale) / 2;
         const auto along = [&](Point p) { return (p.x - quiet) * kEdgeUnit / kScale; };

@@ -11,11 +11,12 @@
 namespace sd2 {
 namespace {
 
-constexpr int kQuiet = 4;     // modules of paper drawn around a symbol
-constexpr int kRowLines = 4;  // lines drawn for each row
+constexpr int kQuiet = 4;    // modules of paper drawn around a symbol
+constexpr int kRowLines = 4; // lines drawn for each row
 
 /// Draws bars and spaces over a line from `x` on, beginning with a bar; the line is light before.
-template <size_t kRuns> void DrawPattern(const int (&runs)[kRuns], int x, int perModule, uint8_t *line) {
+template <size_t kRuns>
+void DrawPattern(const int (&runs)[kRuns], int x, int perModule, uint8_t *line) {
     bool dark = true;
     for (const int run : runs) {
         std::fill(line + x, line + x + run * perModule, dark ? uint8_t{0} : uint8_t{255});
@@ -29,7 +30,8 @@ template <size_t kRuns> void DrawPattern(const int (&runs)[kRuns], int x, int pe
 void DrawRows(const GreyImage &image, const SymbolArea &area, const RowLayout &layout, double sharpness,
               OwnImage &out) {
     constexpr int kPerModule = 4;
-    constexpr double kHeart = 0.6; // share of a row's height that is averaged: its neighbours blur into the rest
+    constexpr double kHeart =
+        0.6; // share of a row's height that is averaged: its neighbours blur into the rest
     OwnImage rows;
     rows.Resize(layout.rows, static_cast<int>((area.width + 2 * kQuiet) * kPerModule));
     Grid grid;
@@ -75,8 +77,9 @@ void DrawRows(const GreyImage &image, const SymbolArea &area, const RowLayout &l
 void DrawArea(const GreyImage &image, const SymbolArea &area, double sharpness, OwnImage &out) {
     constexpr int kPerModule = 3;
     constexpr double kMargin = 3;
-    constexpr double kMaxLines = 800;
-    const double perLine = std::min(2.0, kMaxLines / area.height); // lines per module
+    // The engine takes long over codewords that it cannot read: few lines, four or five for a usual row.
+    constexpr double kPerLine = 1.5, kMaxLines = 300; // lines per module; lines
+    const double perLine = std::min(kPerLine, kMaxLines / area.height);
     out.Resize(static_cast<int>((area.height + 2 * kMargin) * perLine),
                static_cast<int>((area.width + 2 * kQuiet) * kPerModule));
     Grid grid;
@@ -115,7 +118,8 @@ void Report(const GreyImage &image, const SymbolArea &area, const RowLayout &lay
     result->info[kInfoColumns] = static_cast<uint16_t>(area.columns);
     result->info[kInfoCorrection] = static_cast<uint16_t>(read.correctionLevel);
     result->info[kInfoAttempt] = static_cast<uint16_t>(attempt);
-    result->info[kInfoModule] = static_cast<uint16_t>(std::lround(10 * std::hypot(area.right.x, area.right.y)));
+    result->info[kInfoModule] =
+        static_cast<uint16_t>(std::lround(10 * std::hypot(area.right.x, area.right.y)));
 }
 
 } // namespace
@@ -123,6 +127,8 @@ void Report(const GreyImage &image, const SymbolArea &area, const RowLayout &lay
 bool ReadPdf417(const GreyImage &image, std::vector<SymbolArea> areas, Attempts &attempts, Result *result) {
     std::stable_sort(areas.begin(), areas.end(),
                      [](const SymbolArea &a, const SymbolArea &b) { return a.support > b.support; });
+    constexpr size_t kMaxAreas = 8; // more than any card carries; the rest is chance
+    areas.resize(std::min(areas.size(), kMaxAreas));
     EngineRead read;
     OwnImage drawn;
     int attempt = 0;

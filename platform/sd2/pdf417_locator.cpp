@@ -30,7 +30,8 @@ struct Track {
 
 /// Compares runs with a pattern, both from the first edge on.
 /// @param step  1, or -1 to walk the edges backwards
-template <size_t kRuns> bool Matches(const int32_t *edge, int step, const int (&runs)[kRuns], double *module) {
+template <size_t kRuns>
+bool Matches(const int32_t *edge, int step, const int (&runs)[kRuns], double *module) {
     // The cheap tests that almost every place fails come first.
     const int first = std::abs(edge[step] - edge[0]), second = std::abs(edge[2 * step] - edge[step]);
     if (first < 3 * second)
@@ -58,7 +59,7 @@ template <size_t kRuns> bool Matches(const int32_t *edge, int step, const int (&
 }
 
 class TrackBuilder {
-  public:
+public:
     explicit TrackBuilder(int group) : group_(group) {}
 
     void Add(bool start, bool forward, const Hit &hit) {
@@ -91,7 +92,8 @@ class TrackBuilder {
             return line - track.hits.back().line <= kMaxGap;
         });
         std::copy_if(std::make_move_iterator(ended), std::make_move_iterator(open_.end()),
-                     std::back_inserter(done_), [](const Track &track) { return track.hits.size() >= kMinHits; });
+                     std::back_inserter(done_),
+                     [](const Track &track) { return track.hits.size() >= kMinHits; });
         open_.erase(ended, open_.end());
         if (done_.size() > kMaxDone) {
             std::sort(done_.begin(), done_.end(), MoreHits);
@@ -106,7 +108,7 @@ class TrackBuilder {
         return std::move(done_);
     }
 
-  private:
+private:
     static constexpr size_t kMinHits = 2;
     // Far more than any card shows; images full of patterns must not take long.
     static constexpr size_t kMaxOpen = 64, kMaxDone = 128;
@@ -141,7 +143,8 @@ void Fit(Track &track, int group) {
         track.slope = spread > 0 ? (n * sxy - sx * sy) / spread : 0;
         track.offset = (sy - track.slope * sx) / n;
         const auto off = [&](const Hit &hit) {
-            return std::abs(hit.at - track.offset - track.slope * Across(hit, group)) > 0.6 * track.module + 0.5;
+            return std::abs(hit.at - track.offset - track.slope * Across(hit, group)) >
+                   0.6 * track.module + 0.5;
         };
         if (n < 4 || round == 2 || std::none_of(track.hits.begin(), track.hits.end(), off))
             break;
@@ -153,7 +156,8 @@ void Fit(Track &track, int group) {
     }
 }
 
-/// The symbol's frame of reference: reading direction and across, in (along, across) coordinates of the lines.
+/// The symbol's frame of reference: reading direction and across, in (along, across) coordinates of the
+/// lines.
 struct Axes {
     Point right, down; // unit vectors
 };
@@ -182,13 +186,14 @@ double Extent(const Edges &edges, const Hit &hit, int step, double module) {
         const int next = i + step;
         if (i < 0 || i >= count)
             return std::abs(line[i - step] - line[hit.edge]) / static_cast<double>(kEdgeUnit);
-        if (turnsLight && (next < 0 || next >= count || std::abs(line[next] - line[i]) > kQuiet * module * kEdgeUnit))
+        if (turnsLight &&
+            (next < 0 || next >= count || std::abs(line[next] - line[i]) > kQuiet * module * kEdgeUnit))
             return std::abs(line[i] - line[hit.edge]) / static_cast<double>(kEdgeUnit);
     }
 }
 
 class AreaBuilder {
-  public:
+public:
     AreaBuilder(const LineImages &lines, const Edges &edges) : lines_(lines), edges_(edges) {}
 
     /// An area from a start and a stop track that fit each other; false when they do not.
@@ -219,7 +224,8 @@ class AreaBuilder {
         area->columns = whole;
         area->support = static_cast<int>(start.hits.size() + stop.hits.size());
         area->width = kFullModules + kCodewordModules * whole;
-        Place(a, axes, width / area->width, std::min(top, stopTop), std::max(bottom, stopBottom), start.forward, area);
+        Place(a, axes, width / area->width, std::min(top, stopTop), std::max(bottom, stopBottom),
+              start.forward, area);
         return true;
     }
 
@@ -251,7 +257,7 @@ class AreaBuilder {
         return true;
     }
 
-  private:
+private:
     void Cover(const Track &track, const Axes &axes, double *top, double *bottom) const {
         for (const Hit &hit : {track.hits.front(), track.hits.back()}) {
             const double v = Dot(OnTrack(track, Across(hit, lines_.group)), axes.down);

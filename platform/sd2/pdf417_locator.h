@@ -15,11 +15,11 @@ constexpr int kStopRuns[] = {7, 1, 1, 3, 1, 1, 1, 2, 1};
 
 /// A symbol's place in the image. The way its rows are numbered is not known yet: `down` may point up.
 struct SymbolArea {
-    Point origin;        // corner on the start pattern's outer edge
-    Point right, down;   // one module in reading direction, and across
-    double width = 0;    // modules; for a full symbol 69 + 17 x columns
-    double height = 0;   // modules
-    int columns = 0;     // data columns
+    Point origin;      // corner on the start pattern's outer edge
+    Point right, down; // one module in reading direction, and across
+    double width = 0;  // modules; for a full symbol 69 + 17 x columns
+    double height = 0; // modules
+    int columns = 0;   // data columns
     bool compact = false;
     bool forward = true; // read towards growing pixels, or lines when it lies along the lines
     int support = 0;     // line images that showed its patterns

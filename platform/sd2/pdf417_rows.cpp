@@ -15,6 +15,7 @@ constexpr double kMinLineStep = 0.75; // modules between sampled lines
 constexpr int kMaxLines = 480;
 constexpr double kMargin = 4; // modules above and below the located area
 constexpr int kMinRows = 3, kMaxRows = 90;
+constexpr int kMaxCodewords = 928;
 constexpr double kMinPitch = 1.2, kMaxPitch = 12; // modules per row
 
 /// What one codeword place of one sampled line showed: cluster 0, 1 or 2, or nothing.
@@ -37,7 +38,9 @@ Vote ClusterAt(const int32_t *edge) {
     const double unit = (edge[8] - edge[0]) / static_cast<double>(kCodewordModules);
     if (std::abs(unit / (kSamplesPerModule * kEdgeUnit) - 1) > 0.12)
         return kNoVote;
-    const auto distance = [&](int i) { return static_cast<int>(std::lround((edge[i + 2] - edge[i]) / unit)); };
+    const auto distance = [&](int i) {
+        return static_cast<int>(std::lround((edge[i + 2] - edge[i]) / unit));
+    };
     const int cluster = ((distance(0) - distance(1) + distance(4) - distance(5)) % 9 + 9) % 9;
     return cluster % 3 == 0 ? static_cast<Vote>(cluster / 3) : kNoVote;
 }
@@ -69,7 +72,8 @@ void CollectVotes(const GreyImage &image, const SymbolArea &area, double sharpne
         const int count = edges.Count(line);
         int i = 0;
         for (int place = 0; place < votes.places; ++place) {
-            const double begin = (kLead + kStartModules + kCodewordModules * place) * kSamplesPerModule * kEdgeUnit;
+            const double begin =
+                (kLead + kStartModules + kCodewordModules * place) * kSamplesPerModule * kEdgeUnit;
             constexpr double kNear = 1.0 * kSamplesPerModule * kEdgeUnit;
             while (i < count && edge[i] < begin - kNear)
                 i += 2; // even edges turn dark: codewords begin with a bar
@@ -150,7 +154,8 @@ bool Grow(const Votes &votes, SymbolArea &area) {
     constexpr double kMaxHeight = kMaxRows * kMaxPitch;
     const auto crosses = [&](int firstLine) {
         const auto begin = votes.vote.begin() + static_cast<ptrdiff_t>(firstLine) * votes.places;
-        const auto count = std::count_if(begin, begin + kBorder * votes.places, [](Vote v) { return v != kNoVote; });
+        const auto count =
+            std::count_if(begin, begin + kBorder * votes.places, [](Vote v) { return v != kNoVote; });
         return 2 * count > kBorder * votes.places;
     };
     if (votes.lines < 2 * kBorder || area.height > kMaxHeight)
@@ -181,13 +186,15 @@ bool FindRows(const GreyImage &image, SymbolArea &area, double sharpness, RowLay
     }
     if (sums.empty())
         return false;
-    const auto given = std::count_if(votes.vote.begin(), votes.vote.end(), [](Vote v) { return v != kNoVote; });
+    const auto given =
+        std::count_if(votes.vote.begin(), votes.vote.end(), [](Vote v) { return v != kNoVote; });
     if (given < 6 || strength < 0.4 * static_cast<double>(given))
         return false;
 
     // In the middle of row k the turns stand at k thirds; row 0 begins half a row before its middle.
     const double pitchLines = 1 / (3 * std::abs(turns));
-    const double middleLine = -std::arg(SumTurns(sums, turns)) / (2 * kPi * turns); // middle of a row of cluster 0
+    const double middleLine =
+        -std::arg(SumTurns(sums, turns)) / (2 * kPi * turns); // middle of a row of cluster 0
     const auto rowOf = [&](int line) {
         return static_cast<int>(std::floor((line - middleLine) / pitchLines * (turns > 0 ? 1 : -1) + 0.5));
     };
@@ -221,7 +228,9 @@ bool FindRows(const GreyImage &image, SymbolArea &area, double sharpness, RowLay
     const double direction = turns > 0 ? 1 : -1;
     layout->pitch = direction * pitchLines * votes.lineStep;
     layout->first = votes.LinePosition(middleLine) + (firstRow - 0.5) * layout->pitch;
-    return layout->rows >= kMinRows && layout->rows <= kMaxRows;
+    // A column may have been counted too much where the stop pattern is hidden.
+    return layout->rows >= kMinRows && layout->rows <= kMaxRows &&
+           layout->rows * (area.columns - 1) <= kMaxCodewords;
 }
 
 } // namespace sd2

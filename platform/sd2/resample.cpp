@@ -18,7 +18,8 @@ int Sample(const GreyImage &image, int64_t x, int64_t y) {
     y = std::clamp<int64_t>(y, 0, static_cast<int64_t>(image.lines - 1) << kFraction);
     const int column = static_cast<int>(x >> kFraction), line = static_cast<int>(y >> kFraction);
     const int right = std::min(column + 1, image.pixels - 1), below = std::min(line + 1, image.lines - 1);
-    const int fx = static_cast<int>(x >> (kFraction - kWeight)) & 255, fy = static_cast<int>(y >> (kFraction - kWeight)) & 255;
+    const int fx = static_cast<int>(x >> (kFraction - kWeight)) & 255,
+              fy = static_cast<int>(y >> (kFraction - kWeight)) & 255;
     const uint8_t *upper = image.Line(line), *lower = image.Line(below);
     const int a = upper[column] * (256 - fx) + upper[right] * fx;
     const int b = lower[column] * (256 - fx) + lower[right] * fx;

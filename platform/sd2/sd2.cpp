@@ -25,7 +25,8 @@ struct Decoder {
     sd2::Result result;
 };
 
-template <typename Number> int32_t SetNumber(Number &target, intptr_t value, intptr_t least, intptr_t most) {
+template <typename Number>
+int32_t SetNumber(Number &target, intptr_t value, intptr_t least, intptr_t most) {
     if (value < least || value > most)
         return kMisuse;
     target = static_cast<Number>(value);
@@ -49,20 +50,29 @@ int32_t SD_Set(void *handle, uint32_t property, intptr_t value) {
         return kMisuse;
     Decoder &decoder = *static_cast<Decoder *>(handle);
     switch (property) {
-    case SD_PROP_MODE: return value == 0 ? kDone : kMisuse;
+    case SD_PROP_MODE:
+        return value == 0 ? kDone : kMisuse;
     case SD_PROP_IMAGE:
         if (value == 0)
             return kMisuse;
         decoder.image = reinterpret_cast<const uint8_t *>(value);
         return kDone;
-    case SD_PROP_LINES: return SetNumber(decoder.lines, value, 1, kMaxSide);
-    case SD_PROP_PIXELS: return SetNumber(decoder.pixels, value, 1, kMaxSide);
-    case SD_PROP_STRIDE: return SetNumber(decoder.stride, value, 1, kMaxSide);
-    case SD_PROP_PDF417: return SetNumber(decoder.pdf417, value, 0, 1);
-    case SD_PROP_CODE128: return SetNumber(decoder.code128, value, 0, 1);
-    case SD_PROP_CODE39: return SetNumber(decoder.code39, value, 0, 1);
-    case SD_PROP_TIME_LIMIT: return SetNumber(decoder.timeMs, value, 1, kMaxTimeMs);
-    default: return kMisuse;
+    case SD_PROP_LINES:
+        return SetNumber(decoder.lines, value, 1, kMaxSide);
+    case SD_PROP_PIXELS:
+        return SetNumber(decoder.pixels, value, 1, kMaxSide);
+    case SD_PROP_STRIDE:
+        return SetNumber(decoder.stride, value, 1, kMaxSide);
+    case SD_PROP_PDF417:
+        return SetNumber(decoder.pdf417, value, 0, 1);
+    case SD_PROP_CODE128:
+        return SetNumber(decoder.code128, value, 0, 1);
+    case SD_PROP_CODE39:
+        return SetNumber(decoder.code39, value, 0, 1);
+    case SD_PROP_TIME_LIMIT:
+        return SetNumber(decoder.timeMs, value, 1, kMaxTimeMs);
+    default:
+        return kMisuse;
     }
 }
 
@@ -95,16 +105,26 @@ int32_t SD_Get(void *handle, uint32_t property, void *destination) {
         return kMisuse;
     const sd2::Result &result = static_cast<const Decoder *>(handle)->result;
     switch (property) {
-    case SD_PROP_SYMBOLOGY: return CopyNumber(destination, result.symbology);
-    case SD_PROP_TEXT_LENGTH: return CopyNumber(destination, static_cast<int32_t>(result.text.size()));
-    case SD_PROP_TEXT: return Copy(destination, result.text.data(), result.text.size());
-    case SD_PROP_ORIENTATION: return CopyNumber(destination, result.orientation);
-    case SD_PROP_INFO: return Copy(destination, result.info.data(), sizeof result.info);
-    case SD_PROP_POSITION: return Copy(destination, result.position.data(), sizeof result.position);
-    case SD_PROP_VERSION_MAJOR: return CopyNumber(destination, kVersionMajor);
-    case SD_PROP_VERSION_MINOR: return CopyNumber(destination, kVersionMinor);
-    case SD_PROP_VERSION_TEXT: return Copy(destination, kVersionText, sizeof kVersionText);
-    default: return kMisuse;
+    case SD_PROP_SYMBOLOGY:
+        return CopyNumber(destination, result.symbology);
+    case SD_PROP_TEXT_LENGTH:
+        return CopyNumber(destination, static_cast<int32_t>(result.text.size()));
+    case SD_PROP_TEXT:
+        return Copy(destination, result.text.data(), result.text.size());
+    case SD_PROP_ORIENTATION:
+        return CopyNumber(destination, result.orientation);
+    case SD_PROP_INFO:
+        return Copy(destination, result.info.data(), sizeof result.info);
+    case SD_PROP_POSITION:
+        return Copy(destination, result.position.data(), sizeof result.position);
+    case SD_PROP_VERSION_MAJOR:
+        return CopyNumber(destination, kVersionMajor);
+    case SD_PROP_VERSION_MINOR:
+        return CopyNumber(destination, kVersionMinor);
+    case SD_PROP_VERSION_TEXT:
+        return Copy(destination, kVersionText, sizeof kVersionText);
+    default:
+        return kMisuse;
     }
 }
 

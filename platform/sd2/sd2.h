@@ -31,11 +31,11 @@ extern "C" {
 /* Properties that are set. SD_Set returns 1, or -1 for an unknown property or a value out of range, and then
  * keeps what was set before. */
 enum {
-    SD_PROP_MODE = 0x40003001,    /* 0, the only one */
-    SD_PROP_LINES = 0x40004001,   /* 1 to 16384 */
-    SD_PROP_STRIDE = 0x40004002,  /* bytes from line to line: 1 to 16384, at least the pixels */
-    SD_PROP_IMAGE = 0x40004004,   /* address of the first pixel of the first line, one byte each, 0 is black */
-    SD_PROP_PIXELS = 0x40004005,  /* per line: 1 to 16384 */
+    SD_PROP_MODE = 0x40003001,   /* 0, the only one */
+    SD_PROP_LINES = 0x40004001,  /* 1 to 16384 */
+    SD_PROP_STRIDE = 0x40004002, /* bytes from line to line: 1 to 16384, at least the pixels */
+    SD_PROP_IMAGE = 0x40004004,  /* address of the first pixel of the first line, one byte each, 0 is black */
+    SD_PROP_PIXELS = 0x40004005, /* per line: 1 to 16384 */
     SD_PROP_CODE128 = 0x40010201, /* 0 or 1: look for it; all three are 0 at first */
     SD_PROP_CODE39 = 0x40010301,
     SD_PROP_PDF417 = 0x40010701,

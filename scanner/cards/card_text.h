@@ -7,9 +7,9 @@
 namespace scanner {
 
 struct CardText {
-    std::string name;         // empty: the folder's name
-    int dotsPerInch = 550;    // of the pictures
-    int cornerRadius = 1250;  // 1/10000 inch
+    std::string name;        // empty: the folder's name
+    int dotsPerInch = 550;   // of the pictures
+    int cornerRadius = 1250; // 1/10000 inch
 };
 
 /// Throws CardError with a text that names the file, the line and the cure.

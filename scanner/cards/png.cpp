@@ -1,12 +1,26 @@
 // Reads card pictures: limits and checksums first, then the decoder, which looks at neither.
 #include "scanner/cards/png.h"
 
+#include <algorithm>
 #include <array>
+#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <memory>
 #include <system_error>
 
+namespace {
+// The largest picture within the limits has 8 bytes a pixel and one more a row; a file that unpacks to more
+// lies.
+constexpr size_t kMaxUnpackedBytes = size_t{8192} * (8 * 8192 + 1);
+void *Reallocate(void *block, size_t size) {
+    return size <= kMaxUnpackedBytes ? std::realloc(block, size) : nullptr;
+}
+} // namespace
+
+#define STBI_MALLOC(size) Reallocate(nullptr, size)
+#define STBI_REALLOC(block, size) Reallocate(block, size)
+#define STBI_FREE(block) std::free(block)
 #define STBI_ONLY_PNG
 #define STBI_NO_STDIO
 #define STBI_MAX_DIMENSIONS 8192
@@ -128,7 +142,8 @@ Picture DecodePng(const PngFile &file) {
         const uint8_t *from = pixels.get() + 4 * i;
         const int alpha = from[3];
         for (size_t k = 0; k < 3; ++k)
-            picture.rgb[3 * i + k] = static_cast<uint8_t>((from[k] * alpha + 255 * (255 - alpha) + 127) / 255);
+            picture.rgb[3 * i + k] =
+                static_cast<uint8_t>((from[k] * alpha + 255 * (255 - alpha) + 127) / 255);
     }
     return picture;
 }

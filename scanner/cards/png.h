@@ -11,7 +11,8 @@ namespace scanner {
 constexpr int kMaxPngBytes = 64 << 20;
 constexpr int kMaxPngSide = 8192;
 
-/// A whole PNG file in memory: every chunk's checksum is right and the size in its header is within the limits.
+/// A whole PNG file in memory: every chunk's checksum is right and the size in its header is within the
+/// limits.
 struct PngFile {
     std::filesystem::path path;
     std::vector<uint8_t> bytes;

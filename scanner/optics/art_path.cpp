@@ -11,9 +11,6 @@ namespace {
 constexpr int64_t kOne = 65536;
 constexpr int kSensorDotsPerInch = 550;
 
-// Device pixel d of the back sensor is sensor row 4027 - d: pixel 1328 is row 2699.
-constexpr int kBackTurn = 4027;
-
 int64_t DivideDown(int64_t a, int64_t b) { return a / b - ((a % b != 0 && (a < 0) != (b < 0)) ? 1 : 0); }
 
 } // namespace
@@ -51,7 +48,8 @@ PositionRange WhereY(const ArtPath &path, PositionRange range, int64_t low, int6
         return static_cast<int>(std::clamp(position, int64_t{range.first}, int64_t{range.end}));
     };
     if (path.stepY > 0) // from the first position at or above a bound
-        return {inside(-DivideDown(path.y0 - low, path.stepY)), inside(-DivideDown(path.y0 - high, path.stepY))};
+        return {inside(-DivideDown(path.y0 - low, path.stepY)),
+                inside(-DivideDown(path.y0 - high, path.stepY))};
     // y falls: behind the last position at or above a bound
     return {inside(DivideDown(path.y0 - high, -path.stepY) + 1),
             inside(DivideDown(path.y0 - low, -path.stepY) + 1)};

@@ -6,7 +6,10 @@
 
 namespace scanner {
 
-/// Sensor position p sees the art at (x, y) = (x0 + p * stepX, y0 + p * stepY), in 1/65536 pixels of the art.
+// Device pixel d of the back sensor, which is turned round, is sensor row 4027 - d: pixel 1328 is row 2699.
+constexpr int kBackTurn = 4027;
+
+/// Device pixel p sees the art at (x, y) = (x0 + p * stepX, y0 + p * stepY), in 1/65536 pixels of the art.
 struct ArtPath {
     int64_t x0, y0;
     int64_t stepX, stepY;
@@ -18,7 +21,7 @@ struct ArtPath {
 /// @param travel  how far the card has moved when the line is seen: the front's scan column, 1/65536 columns
 ArtPath PathOnSide(const Card &card, const Placement &placement, Side side, int64_t travel);
 
-/// Sensor positions first to end - 1.
+/// Device pixels first to end - 1.
 struct PositionRange {
     int first, end;
     bool Empty() const { return first >= end; }

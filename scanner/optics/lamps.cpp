@@ -9,13 +9,13 @@
 namespace scanner {
 namespace {
 
-/// One lamp over one sensor half. Around the middle the response falls by the square and the fourth power of the
-/// distance; the distance is 1 at the edge of the lit stretch, beyond which the light fades fast.
+/// One lamp over one sensor half. Around the middle the response falls by the square and the fourth power of
+/// the distance; the distance is 1 at the edge of the lit stretch, beyond which the light fades fast.
 struct Lamp {
-    int peak;             // response in the middle
-    int square, fourth;   // what is lost at the edge
-    int tilt;             // what the upper edge has more and the lower edge less
-    int first, last;      // the lit positions: a little more than a card can cover
+    int peak;                // response in the middle
+    int square, fourth;      // what is lost at the edge
+    int tilt;                // what the upper edge has more and the lower edge less
+    int first, last;         // the lit positions: a little more than a card can cover
     int halfFirst, halfLast; // the positions of this sensor half
 };
 
@@ -39,13 +39,13 @@ constexpr Lamp UvBack(int peak, int square, int fourth, int tilt) {
 
 constexpr int kTables = 7;
 constexpr Lamp kLamps[kTables][2] = {
-    {Front(212, 36, 38, 4), Back(209, 30, 42, -3)},      // blue
-    {Front(217, 44, 30, -3), Back(214, 40, 32, 5)},      // green
-    {Front(221, 52, 24, 6), Back(218, 56, 18, -5)},      // red
-    {Front(219, 48, 20, -6), Back(214, 44, 26, 4)},      // infrared
-    {UvFront(61, 14, 10, 2), UvBack(58, 12, 10, -2)},    // the white target glowing under ultraviolet light:
-    {UvFront(186, 38, 30, 4), UvBack(182, 34, 32, -3)},  // its red, its green
-    {UvFront(198, 42, 30, -4), UvBack(193, 38, 32, 5)},  // and its blue
+    {Front(212, 36, 38, 4), Back(209, 30, 42, -3)},     // blue
+    {Front(217, 44, 30, -3), Back(214, 40, 32, 5)},     // green
+    {Front(221, 52, 24, 6), Back(218, 56, 18, -5)},     // red
+    {Front(219, 48, 20, -6), Back(214, 44, 26, 4)},     // infrared
+    {UvFront(61, 14, 10, 2), UvBack(58, 12, 10, -2)},   // the white target glowing under ultraviolet light:
+    {UvFront(186, 38, 30, 4), UvBack(182, 34, 32, -3)}, // its red, its green
+    {UvFront(198, 42, 30, -4), UvBack(193, 38, 32, 5)}, // and its blue
 };
 
 constexpr int kFadePositions = 22; // from full light to next to none

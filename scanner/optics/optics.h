@@ -24,10 +24,10 @@ WhiteResponse LampResponse();
 /// How one card lies in the transport during one scan: where its upper leading corner is (the corner drawn
 /// sharp, before rounding; upper left in the front's art) and how far the card is turned.
 struct Placement {
-    int leadColumn;    // scan column of the leading edge on the front, in 1/256 columns
-    int frontEdgeRow;  // sensor row just past the upper edge on the front, in 1/256 rows
-    int backEdgeRow;   // the same on the back
-    int skew;          // rows per column, in 1/65536
+    int leadColumn;   // scan column of the leading edge on the front, in 1/256 columns
+    int frontEdgeRow; // sensor row just past the upper edge on the front, in 1/256 rows
+    int backEdgeRow;  // the same on the back
+    int skew;         // rows per column, in 1/65536
 };
 Placement PlaceCard(uint32_t seed, uint32_t scanNumber);
 

@@ -14,7 +14,6 @@ constexpr int64_t kOne = 65536;
 
 // The device's pixels: the front sensor first, the back sensor turned round behind it.
 constexpr PositionRange kFrontPixels{0, 1350}, kBackPixels{1350, 2678};
-constexpr int kBackTurn = 4027; // device pixel d of the back is sensor row 4027 - d
 
 // What is round the card, as a level of art: nearly black, not quite.
 constexpr int kSurroundings = 3 * 256;
@@ -60,7 +59,8 @@ inline uint8_t Expose(const LineState &state, int byte, int position, uint32_t l
 
 /// The art between four of its pixels, in 1/256; the point lies inside the outermost pixels' middles.
 /// @param nextRow, nextColumn  bytes to the pixel below and to the right
-inline uint32_t Between(const uint8_t *pixel, ptrdiff_t nextRow, ptrdiff_t nextColumn, uint32_t fx, uint32_t fy) {
+inline uint32_t Between(const uint8_t *pixel, ptrdiff_t nextRow, ptrdiff_t nextColumn, uint32_t fx,
+                        uint32_t fy) {
     const uint32_t upper = pixel[0] * (256 - fx) + pixel[nextColumn] * fx;
     const uint32_t lower = pixel[nextRow] * (256 - fx) + pixel[nextRow + nextColumn] * fx;
     return (upper * (256 - fy) + lower * fy) >> 8;

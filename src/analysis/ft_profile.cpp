@@ -110,8 +110,7 @@ int32_t StreakScore(const FtProfile &profile) {
         for (int side = 0; side < 2; side++) {
             int total = 0;
             for (int i = 0; i < kPoints; i++)
-                total += std::max(
-                    0, Roughness(profile[p.plane] + kFirstPoint[side] + i) - p.allowed[side]);
+                total += std::max(0, Roughness(profile[p.plane] + kFirstPoint[side] + i) - p.allowed[side]);
             most = std::max(most, total / 10);
         }
     return std::clamp(most - 2, 0, 50);

@@ -65,7 +65,7 @@ struct ImageProcessor {
     int32_t dustPerChannel[4] = {}; ///< blue, green, red, infrared; 0 to 255
     int32_t dustCount = 0;          ///< the largest of them
 
-    uint32_t histograms[2][kResponseTables][256] = {};                      ///< of the raw response by side
+    uint32_t histograms[2][kResponseTables][256] = {}; ///< of the raw response by side
     int32_t respHigh[2][kResponseTables] = {}, respLow[2][kResponseTables] = {};
     int32_t visibleMax[2] = {}; ///< larger high level of green and red, front and back
 

@@ -17,8 +17,10 @@ constexpr int kIrRow = 3;
 constexpr int kIrColumn = 500, kIrColumnStep = 4, kIrSamples = 250;
 
 void SumColumns(ConstGreyView image, int32_t (&sums)[kSensorRows]) {
-    for (int row = 0; row < kSensorRows; row++)
+    for (int row = 0; row < kSensorRows; row++) {
+        FetchAhead(image.Pixel(std::min(row + 1, kSensorRows - 1), kIrColumn), kIrColumnStep * kIrSamples);
         sums[row] = SumBytes<kIrColumnStep>(image.Pixel(row, kIrColumn), kIrSamples);
+    }
 }
 
 // ---- Ultraviolet
@@ -77,6 +79,10 @@ int32_t ImageProcessor::DustCheck(ConstColourView rgbr, ConstGreyView irr) {
     for (const auto &rows : kDustRows)
         for (int row = rows[0]; row < rows[1]; row++) {
             const uint8_t *colours = rgbr.Pixel(row, kDustColumn), *infrared = irr.Pixel(row, kDustColumn);
+            // Some rows further on; the last ones are still within the image.
+            constexpr int kRowsAhead = 8;
+            FetchAhead(rgbr.Pixel(row + kRowsAhead, kDustColumn), 3 * kDustColumns);
+            FetchAhead(irr.Pixel(row + kRowsAhead, kDustColumn), kDustColumns);
             int sums[4] = {};
             for (int i = 0; i < kDustColumns; i++) {
                 for (int k = 0; k < 3; k++)

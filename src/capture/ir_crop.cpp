@@ -40,8 +40,8 @@ constexpr int kDarkFactor = 16;
 
 struct Side {
     int edgeRow, leadColumn;
-    int firstRow;              // of the image; rows before it do not exist
-    int firstDark, lastDark;   // rows with a dark reference
+    int firstRow;            // of the image; rows before it do not exist
+    int firstDark, lastDark; // rows with a dark reference
 };
 
 // One row of the crop, the card's edge foremost. Rows that the sensor half or the image does not have and
@@ -91,8 +91,8 @@ IrPosition IrCrop(ConstGreyView raw, ConstGreyView corrected, const CardPosition
                   GreyView irFr, GreyView irBk) {
     const IrPosition position = FindIrEdges(raw);
     const Side front{card.frontEdgeRow, position.frontLeadCol, 0, 31, 1155};
-    const Side back{card.backEdgeRow, position.backLeadCol, kBackFirstRow,
-                    card.backEdgeRow - kCardRows + 31, card.backEdgeRow - kCardRows + 1164};
+    const Side back{card.backEdgeRow, position.backLeadCol, kBackFirstRow, card.backEdgeRow - kCardRows + 31,
+                    card.backEdgeRow - kCardRows + 1164};
     CutSide(raw, corrected, front, irFr);
     CutSide(raw, corrected, back, irBk);
     if (enhance) {

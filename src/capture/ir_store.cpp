@@ -52,7 +52,7 @@ Tile Joined(const Tile &lines) {
     return joined;
 }
 
-// Sixteen pixels of every line into sixteen rows, eleven bytes each. Three times as fast as byte by byte.
+// Sixteen pixels of every line into sixteen rows, eleven bytes each. More than twice as fast as byte by byte.
 void StoreTile(const BlockLines &lines, int pixel, uint8_t *first, ptrdiff_t stride) {
     Tile tile;
     for (size_t i = 0; i < kTilePixels; i++) {

@@ -33,8 +33,8 @@ uint8_t Level(ConstColourView raw, int sideRow) {
 uint8_t Level(ConstGreyView raw, int sideRow) {
     int32_t total = 0;
     for (int i = 0; i < kLevelRows; i++)
-        total += SumBytes<kLevelColumnStep>(
-            raw.Pixel(sideRow + kLevelRow + i * kLevelRowStep, kLevelColumn), kLevelColumns);
+        total += SumBytes<kLevelColumnStep>(raw.Pixel(sideRow + kLevelRow + i * kLevelRowStep, kLevelColumn),
+                                            kLevelColumns);
     return static_cast<uint8_t>(total / (kLevelRows * kLevelColumns));
 }
 

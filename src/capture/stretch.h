@@ -15,7 +15,8 @@ struct StretchEntry {
     uint16_t a, wA, b, wB;
 };
 
-template <size_t Rows> using StretchTable = std::array<StretchEntry, Rows>;
+template <size_t Rows>
+using StretchTable = std::array<StretchEntry, Rows>;
 
 /// Spreads the crop's rows from `firstRow` to its last one, Rows - 1, over all rows of the image.
 template <size_t Rows>
@@ -23,12 +24,13 @@ constexpr StretchTable<Rows> MakeStretchTable(int firstRow) {
     constexpr int kLast = static_cast<int>(Rows) - 1;
     StretchTable<Rows> table{};
     for (int i = 0; i <= kLast; i++) {
-        const float position = static_cast<float>(i) * static_cast<float>(kLast - firstRow) /
-                                   static_cast<float>(kLast) +
-                               static_cast<float>(firstRow);
+        const float position =
+            static_cast<float>(i) * static_cast<float>(kLast - firstRow) / static_cast<float>(kLast) +
+            static_cast<float>(firstRow);
         const auto a = static_cast<uint16_t>(position);
         const auto wB = static_cast<uint16_t>((position - static_cast<float>(a)) * 255.0F);
-        table[static_cast<size_t>(i)] = {a, static_cast<uint16_t>(256 - wB), static_cast<uint16_t>(a + 1), wB};
+        table[static_cast<size_t>(i)] = {a, static_cast<uint16_t>(256 - wB), static_cast<uint16_t>(a + 1),
+                                         wB};
     }
     // Behind the last row there is none.
     table[Rows - 1].b = static_cast<uint16_t>(kLast);

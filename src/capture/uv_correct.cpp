@@ -57,9 +57,9 @@ void TakeBlack(const ColourSources &from, const Black &black, uint8_t *line) {
     for (; done + kGroupBytes < kRowBytes; done += kGroupBytes)
         for (int i = 0; i < kGroupBytes; i++) {
             const auto k = static_cast<size_t>(i);
-            const auto merged = static_cast<uint8_t>((blue[done + i] & kBlueMask[k]) |
-                                                     (green[done + i] & kGreenMask[k]) |
-                                                     (red[done + i] & kRedMask[k]));
+            const auto merged =
+                static_cast<uint8_t>((blue[done + i] & kBlueMask[k]) | (green[done + i] & kGreenMask[k]) |
+                                     (red[done + i] & kRedMask[k]));
             line[done + i] = static_cast<uint8_t>(std::max(merged, level[k]) - level[k]);
         }
     // Masked bytes of the others would lie behind the image.

@@ -45,7 +45,8 @@ float GainFor(int32_t white) {
     if (white == 0)
         return kMaxGain;
     const float ratio = 255.0F / static_cast<float>(white);
-    const auto gain = static_cast<float>(std::pow(static_cast<double>(ratio), static_cast<double>(kExponent)));
+    const auto gain =
+        static_cast<float>(std::pow(static_cast<double>(ratio), static_cast<double>(kExponent)));
     return std::clamp(gain, kMinGain, kMaxGain);
 }
 
@@ -62,9 +63,9 @@ UvMeasure UvWhiteLevel(ConstColourView corrected) {
     for (const int32_t count : counts)
         total += count;
     UvMeasure measure{};
-    measure.uvWhite = (LevelOf(counts, total / 5000) + 2 * LevelOf(counts, total / 2000) +
-                       LevelOf(counts, total / 1000)) /
-                      4;
+    measure.uvWhite =
+        (LevelOf(counts, total / 5000) + 2 * LevelOf(counts, total / 2000) + LevelOf(counts, total / 1000)) /
+        4;
     measure.medianLevel = LevelOf(counts, total / 2);
     measure.whiteRatio = static_cast<float>(measure.uvWhite) / 255.0F;
     measure.gain = GainFor(measure.uvWhite);

@@ -71,8 +71,8 @@ void CutRegion(ConstColourView raw, const Place &place, GreyView region) {
     const ContrastCurve curve = MakeWhiteCardCurve();
     for (int pixel = 0; pixel < region.columns; pixel++)
         for (int line = 0; line < region.rows; line++) {
-            const uint8_t *from = raw.Pixel(place.row + place.rowStep * pixel,
-                                            place.column + place.columnStep * line);
+            const uint8_t *from =
+                raw.Pixel(place.row + place.rowStep * pixel, place.column + place.columnStep * line);
             *region.Pixel(line, pixel) = curve[from[kRed]];
         }
 }

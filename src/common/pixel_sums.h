@@ -27,6 +27,13 @@ inline PixelSums SumPixels(const uint8_t *first, int step, int count, ptrdiff_t 
     return {{sum0, sum1, sum2}};
 }
 
+/// Fetches bytes that are summed next, for rows that lie in pages of their own.
+inline void FetchAhead(const uint8_t *bytes, int count) {
+    constexpr int kCacheLine = 64;
+    for (int i = 0; i < count; i += kCacheLine)
+        __builtin_prefetch(bytes + i);
+}
+
 /// Sum of `count` bytes, every Step-th from the first on.
 template <int Step>
 int32_t SumBytes(const uint8_t *first, int count) {

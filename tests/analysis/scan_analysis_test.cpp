@@ -6,6 +6,7 @@
 
 #include <cstring>
 #include <memory>
+#include <numeric>
 
 namespace k274 {
 namespace {
@@ -20,44 +21,31 @@ protected:
     GreyImage irr_{150};
 
     void SetUp() override { std::memset(tables_.get(), 200, 2 * sizeof(ResponseTable)); }
-    void Analyse() {
-        processor_.ScanAnalysis({rgbr_.View(), irr_.View(), uvr_.View()}, raw_, corrected_);
-    }
-    void SetRaw(int row, int first, int count, uint8_t value) {
-        std::memset(raw_[row] + first, value, static_cast<size_t>(count));
-    }
-    void SetCorrected(int row, int first, int count, uint8_t value) {
-        std::memset(corrected_[row] + first, value, static_cast<size_t>(count));
+    void Analyse() { processor_.ScanAnalysis({rgbr_.View(), irr_.View(), uvr_.View()}, raw_, corrected_); }
+    static void Set(uint8_t *entries, int first, int count, uint8_t value) {
+        std::memset(entries + first, value, static_cast<size_t>(count));
     }
 };
 
 TEST_F(ScanAnalysisTest, LevelsLeaveOutTwentyFourEntriesAtEitherEnd) {
-    SetRaw(0, 60, 24, 250);
-    SetRaw(1, 60, 25, 251);
-    SetRaw(2, 0, 60, 252);      // before the front's entries
-    SetRaw(2, 1100, 300, 253);  // between front and back
-    SetRaw(3, 2435, 25, 10);    // the back's last entries
-    SetRaw(6, 525, 25, 20);
-    SetRaw(6, 550, 230, 30);
-    SetRaw(6, 1275, 24, 240);
-    SetRaw(5, 780, 520, 0);
-    SetRaw(4, 30, 520, 255);
+    Set(raw_[0], 60, 24, 250);
+    Set(raw_[1], 60, 25, 251);
+    raw_[0][59] = raw_[0][1100] = 250; // not the front's
+    Set(raw_[3], 2435, 25, 10);        // the back's last entries
+    Set(raw_[6], 525, 25, 20);
+    Set(raw_[6], 550, 230, 30);
+    Set(raw_[5], 780, 520, 0);
     Analyse();
-    EXPECT_EQ(processor_.histograms[0][1][251], 25U);
-    const int32_t high[2][7] = {{200, 251, 200, 200, 255, 200, 200}, {200, 200, 200, 200, 200, 0, 200}};
-    const int32_t low[2][7] = {{200, 200, 200, 200, 255, 200, 20}, {200, 200, 200, 10, 200, 0, 200}};
-    for (int side = 0; side < 2; side++)
-        for (int row = 0; row < 7; row++) {
-            EXPECT_EQ(processor_.respHigh[side][row], high[side][row]) << side << ' ' << row;
-            EXPECT_EQ(processor_.respLow[side][row], low[side][row]) << side << ' ' << row;
-        }
+    const int32_t high[2][7] = {{200, 251, 200, 200, 200, 200, 200}, {200, 200, 200, 200, 200, 0, 200}};
+    const int32_t low[2][7] = {{200, 200, 200, 200, 200, 200, 20}, {200, 200, 200, 10, 200, 0, 200}};
+    EXPECT_EQ(std::memcmp(processor_.respHigh, high, sizeof high), 0);
+    EXPECT_EQ(std::memcmp(processor_.respLow, low, sizeof low), 0);
     EXPECT_EQ(processor_.visibleMax[0], 251);
     EXPECT_EQ(processor_.visibleMax[1], 200);
-    const uint8_t levels[] = {200, 200, 251, 200, 200, 200, 200, 200, 200, 200};
-    EXPECT_EQ(std::memcmp(raw_[6] + 2670, levels, sizeof levels), 0);
-    EXPECT_EQ(raw_[6][2690], 200);
-    EXPECT_EQ(raw_[6][2691], 10);
-    EXPECT_EQ(raw_[6][2692], 20);
+    const uint8_t highBytes[] = {200, 200, 251, 200, 200, 200, 200, 200, 200, 200},
+                  lowBytes[] = {200, 10, 20};
+    EXPECT_EQ(std::memcmp(raw_[6] + 2670, highBytes, sizeof highBytes), 0);
+    EXPECT_EQ(std::memcmp(raw_[6] + 2690, lowBytes, sizeof lowBytes), 0);
     EXPECT_EQ(raw_[6][2699], 15);
 }
 
@@ -81,73 +69,75 @@ TEST_F(ScanAnalysisTest, CardIdentityAndOrdinaryCards) {
 
 TEST_F(ScanAnalysisTest, MeansAndGrades) {
     const struct {
-        int row;
-        uint8_t bad, marginal, good, full; // highest bad, lowest and highest marginal...
-        int fullGrade;
-    } rows[] = {{0, 183, 191, 192, 255, 1}, {1, 183, 191, 192, 255, 1}, {2, 175, 183, 184, 255, 0},
-                {3, 175, 183, 184, 255, 1}, {6, 175, 183, 184, 255, 1}, {5, 163, 175, 176, 255, 0}};
-    const int sumOf[7] = {0, 1, 2, 3, -1, 4, 4};
+        int row, sum; // of the corrected response, and where its grades are kept
+        uint8_t marginal, good;
+        int fullGrade; // of 255
+    } rows[] = {{0, 0, 184, 192, 1}, {1, 1, 184, 192, 1}, {2, 2, 176, 184, 0},
+                {3, 3, 176, 184, 1}, {6, 4, 176, 184, 1}, {5, 4, 164, 176, 0}};
     for (const auto &r : rows) {
         SCOPED_TRACE(r.row);
         SetUp();
-        if (r.row == 5)
-            SetCorrected(6, 0, 2600, 184);
-        const int first = r.row > 3 ? 765 : 1390, last = r.row > 3 ? 564 : 1119;
-        const uint8_t values[] = {r.bad, static_cast<uint8_t>(r.bad + 1), r.marginal, r.good, r.full,
-                                  static_cast<uint8_t>(r.full - 1)};
-        for (int i = 0; i < 6; i++)
-            corrected_[r.row][first + i] = values[i];
-        corrected_[r.row][last] = 0;
-        corrected_[r.row][last + 1] = corrected_[r.row][first - 1] = 0; // not judged
+        uint8_t *first = corrected_[r.row] + (r.row > 3 ? 765 : 1390);
+        uint8_t *last = corrected_[r.row] + (r.row > 3 ? 564 : 1119);
+        first[0] = static_cast<uint8_t>(r.marginal - 1);
+        first[1] = r.marginal;
+        first[2] = static_cast<uint8_t>(r.good - 1);
+        first[3] = r.good;
+        first[4] = 254;
+        first[5] = 255;
+        last[0] = 0;
+        first[-1] = last[1] = 0; // not judged
         Analyse();
-        EXPECT_EQ(processor_.gradeSums[sumOf[r.row]], 2 + 1 + 1 + r.fullGrade + 2);
-        EXPECT_EQ(corrected_[6][2680 + sumOf[r.row]], 2 + 1 + 1 + r.fullGrade + 2);
+        EXPECT_EQ(processor_.gradeSums[r.sum], 2 + 1 + 1 + r.fullGrade + 2);
+        EXPECT_EQ(corrected_[6][2680 + r.sum], 2 + 1 + 1 + r.fullGrade + 2);
     }
     SetUp();
-    SetCorrected(2, 0, 2700, 10);
-    SetCorrected(1, 1390, 1080, 100);
-    SetCorrected(6, 25, 540, 51);
-    Analyse();
-    const int32_t means[6] = {10, 150, 200, 200, 125, 200};
-    const uint8_t bytes[5] = {10, 150, 200, 200, 125};
-    EXPECT_EQ(std::memcmp(processor_.correctedMeans, means, sizeof means), 0);
-    EXPECT_EQ(std::memcmp(corrected_[6] + 2670, bytes, sizeof bytes), 0);
-    EXPECT_EQ(processor_.gradeSums[2], 255) << "no more than a byte holds";
-}
-
-TEST_F(ScanAnalysisTest, UltravioletChannelsThatDiffer) {
+    Set(corrected_[2], 0, 2700, 10);
+    Set(corrected_[1], 1390, 1080, 100);
+    Set(corrected_[6], 25, 540, 184);
     for (const int entry : {49, 50, 549, 550, 789, 790, 1289, 1290})
-        raw_[5][entry] = 232;
+        raw_[5][entry] = 232; // channels that differ: four of these entries count
     raw_[5][300] = 231;
     raw_[6][301] = 168;
     Analyse();
-    EXPECT_EQ(processor_.gradeSums[4], 5);
+    const int32_t means[6] = {10, 150, 200, 200, 192, 200}, grades[5] = {0, 255, 255, 0, 5};
+    EXPECT_EQ(std::memcmp(processor_.correctedMeans, means, sizeof means), 0);
+    EXPECT_EQ(std::memcmp(processor_.gradeSums, grades, sizeof grades), 0) << "no more than a byte holds";
+    EXPECT_EQ(corrected_[6][2674], 192);
 }
 
 TEST_F(ScanAnalysisTest, Dips) {
-    // Neighbours at 10, 12 and 14: a dip of 40 counts 4, of 10 not at all, of 11 once.
-    for (const auto &[entry, value] : {std::pair{54, 0}, {55, 160}, {300, 190}, {400, 189}, {2454, 160}, {2455, 0}})
+    // A dip of 40 counts 4, of 10 not at all, of 11 once; with a brighter neighbour one of 10 is one of 11.
+    for (const auto &[entry, value] :
+         {std::pair{54, 0}, {55, 160}, {300, 190}, {400, 189}, {2454, 160}, {2455, 0}})
         raw_[0][entry] = static_cast<uint8_t>(value);
-    raw_[2][1000] = 0;
-    corrected_[0][56] = 193; // 7 below
-    corrected_[0][500] = 194;
-    corrected_[2][2453] = corrected_[2][2454] = 0;
+    for (const int distance : {-14, -12, -10, 10, 12, 14}) {
+        raw_[2][1930 + 30 * distance] = 190;
+        raw_[2][1930 + 31 * distance] = 206;
+    }
+    corrected_[0][55] = 0;
+    corrected_[0][56] = corrected_[0][500] = 193;
+    corrected_[0][700] = 194;
+    for (const int distance : {-16, -15, -14, -13, 13, 14, 15, 16}) {
+        corrected_[2][1930 + 31 * distance] = 194;
+        corrected_[2][1930 + 32 * distance] = 208;
+    }
     RawDips(raw_);
     CorDips(corrected_);
-    EXPECT_EQ(raw_[6][2693], 9);
-    EXPECT_EQ(raw_[6][2694], 20);
-    EXPECT_EQ(corrected_[6][2693], 1);
-    EXPECT_EQ(corrected_[6][2694], 1);
+    EXPECT_EQ(raw_[6][2693], 4 + 1 + 4);
+    EXPECT_EQ(raw_[6][2694], 6);
+    EXPECT_EQ(corrected_[6][2693], 2);
+    EXPECT_EQ(corrected_[6][2694], 8);
 }
 
 TEST_F(ScanAnalysisTest, FtProfileTakesItsColumnsAndLines) {
     processor_.cardClass = 0;
     for (int column = 0; column < kRgbColumns; column++) {
-        rgbr_.Fill(50, 149, column, column, static_cast<uint8_t>(column / 10));
+        rgbr_.Fill(50, 149, column, column, static_cast<uint8_t>(column));
         rgbr_.Fill(1450, 1549, column, column, static_cast<uint8_t>(column / 20));
     }
     for (int column = 0; column < kIrColumns; column++)
-        for (int i = 0; i < 100; i++) {
+        for (int i = 0; i < 100; i += 2) {
             irr_.At(100 + i, column) = irr_.At(1400 + i, column) = static_cast<uint8_t>(column / 10);
             irr_.At(1000 + i, column) = irr_.At(2300 + i, column) = static_cast<uint8_t>(column / 20);
         }
@@ -159,15 +149,19 @@ TEST_F(ScanAnalysisTest, FtProfileTakesItsColumnsAndLines) {
     }
     EXPECT_EQ(processor_.ProfileAnalysis({rgbr_.View(), irr_.View(), uvr_.View()}, raw_), 0);
     const FtProfile &profile = processor_.ftProfile;
-    EXPECT_EQ(profile[0][1], 164 / 10);
-    EXPECT_EQ(profile[2][498], 4 * 538 / 10);
+    EXPECT_EQ(profile[0][1], 164);
+    EXPECT_EQ(profile[2][498], 4 * 538 % 256);
     EXPECT_EQ(profile[1][500], 4 * 35 / 20);
     EXPECT_EQ(profile[1][998], 4 * 533 / 20);
-    EXPECT_EQ(profile[3][100], (552 / 10 + 552 / 20) / 2);     // 138 x 4
-    EXPECT_EQ(profile[3][998], (2268 / 10 + 2268 / 20) / 2);   // 567 x 4
-    EXPECT_EQ(profile[4][1], (1126 / 5 + 100) / 2);            // 563 x 2
-    EXPECT_EQ(profile[5][498], (42 / 5 + 100) / 2);            // 21 x 2
-    EXPECT_EQ(profile[4][998], 1128 / 6 / 2);                  // 564 x 2
+    EXPECT_EQ(profile[3][100], (552 / 10 + 552 / 20) / 2);   // 138 x 4
+    EXPECT_EQ(profile[3][998], (2268 / 10 + 2268 / 20) / 2); // 567 x 4
+    EXPECT_EQ(profile[4][1], (1126 / 5 + 100) / 2);          // 563 x 2
+    EXPECT_EQ(profile[5][498], (42 / 5 + 100) / 2);          // 21 x 2
+    EXPECT_EQ(profile[4][998], 1128 / 6 / 2);                // 564 x 2
+    const int windows[] = {130, 230, 330, 650, 750, 850};
+    for (int i = 0; i < 6; i++)
+        EXPECT_EQ(processor_.windowMeans[0][i],
+                  std::accumulate(profile[0] + windows[i], profile[0] + windows[i] + 20, 0) / 20);
     for (int plane = 0; plane < kFtPlanes; plane++) {
         EXPECT_EQ(profile[plane][499] + profile[plane][999], 0);
         EXPECT_EQ(profile[plane][0], static_cast<uint8_t>(processor_.ratios[plane][2]));
@@ -187,6 +181,7 @@ TEST_F(ScanAnalysisTest, UnevennessOfAWhiteCard) {
     EXPECT_EQ(processor_.ratios[0][2], 7) << "20 / 201 x 80";
     EXPECT_EQ(processor_.stepMaxima[3][1], 10);
     EXPECT_EQ(processor_.ratios[3][1], 5) << "10 / 151 x 80";
+    EXPECT_EQ(processor_.ratios[3][2], 5);
     EXPECT_EQ(processor_.profileScore, (7 - 5) * 19 / 10);
     EXPECT_EQ(processor_.streakScore, 0);
     EXPECT_EQ(raw_[6][2680], 3);

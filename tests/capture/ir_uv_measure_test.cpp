@@ -1,74 +1,65 @@
 // Levels of the infrared and ultraviolet images, and the card's length over all three passes.
 #include "src/capture/measure.h"
 #include "tests/support/grey_images.h"
-#include "tests/support/reference_ir_uv.h"
 
 #include <gtest/gtest.h>
 
 namespace k274 {
 namespace {
 
-TEST(IrUvLevelsTest, EqualThePlainLoops) {
-    GreyImage infrared;
-    ColourImage ultraviolet = UvImage();
-    FillRandom(infrared.bytes, 10);
-    FillRandom(ultraviolet.bytes, 11);
-    std::fill(infrared.bytes.begin() + 1350 * 2400, infrared.bytes.end(), 200);
-    for (int row = 0; row < kUvLines; row++)
-        ultraviolet.Fill(row, row, 684, 1367, 99);
-    int front = 0, back = 0;
-    reference::IrLevels(infrared.View(), front, back);
-    EXPECT_EQ(IrLevels(infrared.View()).front, front);
-    EXPECT_EQ(IrLevels(infrared.View()).back, back);
-    reference::UvLevels(ultraviolet.View(), front, back);
-    EXPECT_EQ(UvLevels(ultraviolet.View()).front, front);
-    EXPECT_EQ(UvLevels(ultraviolet.View()).back, back);
+TEST(IrUvLevelsTest, TruncatedMeansOfTheSampledPixelsAlone) {
+    GreyImage infrared(255);
+    ColourImage ultraviolet = UvImage(255);
+    for (const int side : {0, 1}) {
+        const auto level = static_cast<uint8_t>(100 + side);
+        for (int row = 25; row <= 1120; row += 5)
+            for (int column = 200; column <= 2095; column += 5)
+                infrared.At(row + 1350 * side, column) = level;
+        for (int line = 200; line <= 996; line += 4)
+            for (int pixel = 25; pixel <= 570; pixel += 5)
+                ultraviolet.Fill(line, line, pixel + 750 * side, pixel + 750 * side, level);
+    }
+    infrared.At(1120, 2095) = ultraviolet.At(996, 570)[2] = 99;
+    EXPECT_EQ(IrLevels(infrared.View()).front, 99);
+    EXPECT_EQ(IrLevels(infrared.View()).back, 101);
+    EXPECT_EQ(UvLevels(ultraviolet.View()).front, 99);
+    EXPECT_EQ(UvLevels(ultraviolet.View()).back, 101);
 }
 
-// Bright columns or lines on dark ground, both ends included.
 TEST(LengthCheckTest, ThreePasses) {
     const struct {
-        const char *name;
-        int rgb[2], ir[2], uv[2];
-        float lengths[3];
+        int ir[2], uv[2]; // bright columns or lines, both ends included
+        float irLength, uvLength;
         bool mismatch;
     } cases[] = {
-        // An edge is the first dark column or line.
-        {"nominal", {201, 2055}, {151, 2174}, {81, 1091}, {1856, 2025, 1012}, false},
-        {"infrared 2.5 percent short", {201, 2055}, {151, 2124}, {81, 1091}, {1856, 1975, 1012}, false},
-        {"infrared 2.6 percent short", {201, 2055}, {151, 2121}, {81, 1091}, {1856, 1972, 1012}, true},
-        {"ultraviolet long", {201, 2055}, {151, 2174}, {61, 1098}, {1856, 2025, 1039}, true},
-        {"all short alike", {201, 2037}, {151, 2154}, {81, 1081}, {1838, 2005, 1002}, false},
-        // No card at line 135 or 1040: a usual one is taken.
-        {"ultraviolet dark", {201, 2055}, {151, 2174}, {500, 501}, {1856, 2025, 1005}, false},
-        {"ultraviolet bright", {201, 2055}, {151, 2174}, {0, 1199}, {1856, 2025, 1105}, true},
+        // An edge is the first dark column or line. Visible light tells the nominal length.
+        {{151, 2174}, {81, 1091}, 2025, 1012, false},
+        {{151, 2124}, {81, 1091}, 1975, 1012, false}, // 2.5 percent short
+        {{151, 2121}, {81, 1091}, 1972, 1012, true},  // 2.6 percent short
+        {{151, 2174}, {61, 1098}, 2025, 1039, true},
+        // No card at line 135 or 1040: a usual end is taken.
+        {{151, 2174}, {500, 501}, 2025, 1005, false},
+        {{151, 2174}, {0, 1199}, 2025, 1105, true},
     };
+    ColourImage visible(10);
+    visible.Fill(0, 1349, 201, 2055, 11);
     for (const auto &c : cases) {
-        SCOPED_TRACE(c.name);
-        ColourImage visible(10), ultraviolet = UvImage(5);
+        ColourImage ultraviolet = UvImage(5);
         GreyImage infrared(10);
-        visible.Fill(0, 1349, c.rgb[0], c.rgb[1], 11);
         for (int row = 0; row < 1350; row++)
             std::fill(&infrared.At(row, c.ir[0]), &infrared.At(row, c.ir[1]) + 1, 11);
         ultraviolet.Fill(c.uv[0], c.uv[1], 0, 683, 6);
         const LengthResults result = LengthCheck(visible.View(), infrared.View(), ultraviolet.View());
-        EXPECT_EQ(result.rgb, c.lengths[0] / 1856.0F * 100.0F - 100.0F);
-        EXPECT_EQ(result.ir, c.lengths[1] / 2025.0F * 100.0F - 100.0F);
-        EXPECT_EQ(result.uv, c.lengths[2] / 1012.0F * 100.0F - 100.0F);
+        EXPECT_EQ(result.rgb, 0.0F);
+        EXPECT_EQ(result.ir, c.irLength / 2025.0F * 100.0F - 100.0F);
+        EXPECT_EQ(result.uv, c.uvLength / 1012.0F * 100.0F - 100.0F);
         EXPECT_EQ(result.mismatch, c.mismatch);
     }
-}
-
-// A line is an edge when those 9 before it, or 8 and 16 behind it, are dark, too.
-TEST(LengthCheckTest, UltravioletPartners) {
-    ColourImage visible(10), ultraviolet = UvImage(200);
-    GreyImage infrared(10);
-    ultraviolet.Fill(0, 80, 0, 1367, 0);
-    ultraviolet.Fill(100, 108, 0, 1367, 0);
-    ultraviolet.Fill(1060, 1067, 0, 1367, 0);
-    ultraviolet.Fill(1076, 1083, 0, 1367, 0);
-    ultraviolet.Fill(1100, 1199, 0, 1367, 0);
-    EXPECT_EQ(LengthCheck(visible.View(), infrared.View(), ultraviolet.View()).uv,
+    // A line is an edge when that 9 before it, or those 8 and 16 behind it, are dark, too.
+    ColourImage ultraviolet = UvImage(200);
+    for (const auto &[first, last] : {std::pair{0, 80}, {100, 108}, {1060, 1067}, {1076, 1083}, {1100, 1199}})
+        ultraviolet.Fill(first, last, 0, 1367, 0);
+    EXPECT_EQ(LengthCheck(visible.View(), GreyImage(10).View(), ultraviolet.View()).uv,
               (1100.0F - 80.0F) / 1012.0F * 100.0F - 100.0F);
 }
 

@@ -23,16 +23,6 @@ TEST(UvCropTest, EveryEdgeRowEqualsThePlainLoops) {
     EXPECT_TRUE(image.bytes == plain.bytes);
 }
 
-TEST(UvCropTest, CornersOfTheCrops) {
-    ColourImage corrected = UvImage(0), image(K274_UV_HEIGHT, K274_UV_WIDTH, 0);
-    corrected.At(1096, 583)[1] = 200; // crop row 53: the card's first one
-    corrected.At(1105, 1337)[2] = 100; // of the back, the last row and column
-    UvCropFront(corrected.View(), 1168, image.View());
-    EXPECT_EQ(image.At(0, 0)[1], 200);
-    UvCropBack(corrected.View(), image.View());
-    EXPECT_EQ(image.At(642, 1023)[2], 100);
-}
-
 TEST(UvLedTest, ShareOfLitPixels) {
     ColourImage image(K274_UV_HEIGHT, K274_UV_WIDTH, 4);
     EXPECT_EQ(UvLedCheck(image.View()), 0.0F);

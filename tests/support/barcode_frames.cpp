@@ -218,7 +218,7 @@ Truth Draw(Frame &frame, const Symbol &symbol, const Damage &damage) {
     constexpr double kQuietY = 3;
     const Box drawn = BoundsOf(m, -quietX, -kQuietY, width + quietX, height + kQuietY);
     const double scale = symbol.module * symbol.module;
-    constexpr int kSub = 4; // samples per pixel and direction
+    constexpr int kSub = 3; // samples per pixel and direction
     for (int y = std::max(drawn.top, 0); y < std::min(drawn.bottom + 1, frame.lines); ++y)
         for (int x = std::max(drawn.left, 0); x < std::min(drawn.right + 1, frame.pixels); ++x) {
             uint8_t &pixel = frame.grey[static_cast<size_t>(y) * static_cast<size_t>(frame.pixels) +
@@ -285,38 +285,41 @@ std::string SampleBytes(size_t length, uint32_t seed) {
     return text;
 }
 
+Damage StandardDamage(int degree) {
+    static constexpr Damage kDamage[kDegrees] = {{205, 30, 0, 0.6, 0},   // clean
+                                                 {190, 40, 2, 0.9, 0.7}, // usual
+                                                 {170, 50, 4, 1.3, -1.8},
+                                                 {150, 60, 6, 1.7, 3}}; // contrast 90
+    return kDamage[degree];
+}
+
 Sample StandardSample(bool linear, int number) {
-    static constexpr Damage kDamage[4] = {{205, 30, 0, 0.6, 0},   // clean
-                                          {190, 40, 2, 0.9, 0.7}, // usual
-                                          {170, 50, 4, 1.3, -1.8},
-                                          {150, 60, 6, 1.7, 3}}; // contrast 90
-    const int turn = number % 8, back = number / 8 % 2, degree = number / 16 % 4;
+    const int turn = number % 8, side = number / 8 % 2, degree = number / 16 % kDegrees;
     Sample sample;
-    sample.damage = kDamage[degree];
-    sample.symbol.turn = turn;
-    sample.symbol.centreLine = (back ? 1950 : 620) + number * 7 % 60;
-    sample.symbol.centrePixel = 1100 + number * 13 % 90;
-    sample.symbol.module = 4.2 + number * 5 % 7 * 0.2;
+    sample.damage = StandardDamage(degree);
+    Symbol &symbol = sample.symbol;
+    symbol.turn = turn;
+    symbol.centreLine = (side ? 1950 : 620) + number * 7 % 60;
+    symbol.centrePixel = 1100 + number * 13 % 90;
+    const auto seed = static_cast<uint32_t>(number);
     if (linear) {
-        sample.symbol.kind = number & 8 ? Kind::Code39 : Kind::Code128;
-        sample.symbol.text = SampleText(8 + static_cast<size_t>(number % 5), static_cast<uint32_t>(number));
-        std::replace(sample.symbol.text.begin(), sample.symbol.text.end(), ' ', '-');
+        symbol.kind = number & 8 ? Kind::Code39 : Kind::Code128;
+        symbol.module = 4.2 + number * 5 % 7 * 0.2;
+        symbol.text = SampleText(8 + static_cast<size_t>(number % 5), seed);
+        std::replace(symbol.text.begin(), symbol.text.end(), ' ', '-');
     } else {
-        sample.symbol.module = 3.7 + number * 5 % 7 * 0.15;
-        const bool across = turn & 1; // the card is only so high
-        sample.symbol.text = SampleText(static_cast<size_t>(across ? 40 : 60) +
-                                            static_cast<size_t>(number * 37 % (across ? 60 : 240)),
-                                        static_cast<uint32_t>(number));
+        symbol.module = 3.7 + number * 5 % 7 * 0.15;
+        // The card is only so high.
+        const int least = turn & 1 ? 40 : 60, range = turn & 1 ? 60 : 240;
+        symbol.text = SampleText(static_cast<size_t>(least + number * 37 % range), seed);
     }
     return sample;
 }
 
-Frame SampleFrame(const Sample &sample, uint32_t seed, Truth *truth) {
-    Frame frame = BlankFrame(2540, 2300, sample.damage, true, seed);
-    const Truth drawn = Draw(frame, sample.symbol, sample.damage);
+Frame SampleFrame(const Sample &sample, const Frame &blank, uint32_t seed, Truth *truth) {
+    Frame frame = blank;
+    *truth = Draw(frame, sample.symbol, sample.damage);
     AddNoise(frame, sample.damage, seed);
-    if (truth)
-        *truth = drawn;
     return frame;
 }
 

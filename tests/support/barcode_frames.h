@@ -13,21 +13,21 @@ enum class Kind { Pdf417, CompactPdf417, Code128, Code39 };
 
 struct Symbol {
     Kind kind = Kind::Pdf417;
-    std::string text;         // bytes; binary is allowed in PDF417
-    double module = 4.4;      // width of the narrowest element, pixels
-    double rowModules = 3;    // PDF417: height of one row of codewords
-    double barModules = 30;   // linear codes: height of the bars
-    int correctionLevel = 3;  // PDF417
-    double centreLine = 600;  // of the symbol in the frame
+    std::string text;        // bytes; binary is allowed in PDF417
+    double module = 4.4;     // width of the narrowest element, pixels
+    double rowModules = 3;   // PDF417: height of one row of codewords
+    double barModules = 30;  // linear codes: height of the bars
+    int correctionLevel = 3; // PDF417
+    double centreLine = 600; // of the symbol in the frame
     double centrePixel = 1150;
     int turn = 0; // 0..3: quarter turns clockwise; 4 more: mirrored left to right first
 };
 
 struct Damage {
     int paper = 205, ink = 30;
-    double noise = 0; // standard deviation, grey levels
+    double noise = 0;  // standard deviation, grey levels
     double blur = 0.6; // standard deviation, pixels
-    double skew = 0;  // degrees, clockwise
+    double skew = 0;   // degrees, clockwise
 };
 
 struct Frame {
@@ -56,14 +56,17 @@ void AddNoise(Frame &frame, const Damage &damage, uint32_t seed);
 std::string SampleText(size_t length, uint32_t seed);
 std::string SampleBytes(size_t length, uint32_t seed);
 
-/// The set that the figures in docs/barcodes.md are about: `count` is 64; PDF417, or the linear codes in
-/// turn, over eight turns, both sides and four degrees of damage.
+/// The set that the figures in docs/barcodes.md are about: PDF417, or the linear codes in turn, over eight
+/// turns, both sides and four degrees of damage.
 struct Sample {
     Symbol symbol;
     Damage damage;
 };
-constexpr int kSamples = 64;
+constexpr int kSamples = 64, kDegrees = 4;
+Damage StandardDamage(int degree);
 Sample StandardSample(bool linear, int number);
-Frame SampleFrame(const Sample &sample, uint32_t seed, Truth *truth);
+
+/// Draws a sample on a copy of a blank frame of the same damage.
+Frame SampleFrame(const Sample &sample, const Frame &blank, uint32_t seed, Truth *truth);
 
 } // namespace barcode_frames

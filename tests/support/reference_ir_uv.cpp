@@ -92,20 +92,7 @@ void IrDestripe(GreyView image) {
             (c % 2 == 0 ? even : odd) += *image.Pixel(r, c);
     for (int r = 0; r < 1286; r++)
         for (int c = odd <= even ? 1 : 2; c <= 2046; c += 2)
-            *image.Pixel(r, c) =
-                static_cast<uint8_t>((*image.Pixel(r, c - 1) + *image.Pixel(r, c + 1)) >> 1);
-}
-
-void IrLevels(ConstGreyView raw, int &front, int &back) {
-    int total[2] = {}, counts[2] = {};
-    for (int side = 0; side < 2; side++)
-        for (int r = 25 + 1350 * side; r <= 1120 + 1350 * side; r += 5)
-            for (int c = 200; c <= 2095; c += 5) {
-                total[side] += *raw.Pixel(r, c);
-                counts[side]++;
-            }
-    front = total[0] / counts[0];
-    back = total[1] / counts[1];
+            *image.Pixel(r, c) = static_cast<uint8_t>((*image.Pixel(r, c - 1) + *image.Pixel(r, c + 1)) >> 1);
 }
 
 void IrResp(ConstGreyView irr, ConstGreyView irc, ResponseTable &raw, ResponseTable &corrected) {
@@ -119,46 +106,13 @@ void IrResp(ConstGreyView irr, ConstGreyView irc, ResponseTable &raw, ResponseTa
             if (cor)
                 corrected[3][r] = static_cast<uint8_t>(sums[3][r] / 250);
             else if (r >= 1 && r <= 2698)
-                raw[3][r] =
-                    static_cast<uint8_t>((sums[3][r - 1] + 2 * sums[3][r] + sums[3][r + 1]) / 1000);
-    }
-}
-
-void DustCheck(ConstColourView rgbr, ConstGreyView irr, int (&counts)[4]) {
-    for (int &count : counts)
-        count = 0;
-    for (int r = 80; r < 2500; r++) {
-        if (r >= 1125 && r < 1400)
-            continue;
-        int total[4] = {};
-        for (int c = 50; c <= 99; c++)
-            for (int k = 0; k < 4; k++) {
-                const int value = k < 3 ? rgbr.Pixel(r, c)[k] : *irr.Pixel(r, c);
-                if (value > 2 && value < 24)
-                    total[k] += value;
-            }
-        for (int k = 0; k < 4; k++)
-            if (total[k] > 100)
-                counts[k] = std::min(255, counts[k] + 1);
+                raw[3][r] = static_cast<uint8_t>((sums[3][r - 1] + 2 * sums[3][r] + sums[3][r + 1]) / 1000);
     }
 }
 
 void UvBrighten(ColourView raw) {
     for (size_t i = 0; i < raw.Size(); i++)
         raw.data[i] = static_cast<uint8_t>(std::min(255, raw.data[i] * 9 / 5));
-}
-
-void UvLevels(ConstColourView raw, int &front, int &back) {
-    int total[2] = {}, counts[2] = {};
-    for (int side = 0; side < 2; side++)
-        for (int r = 200; r <= 996; r += 4)
-            for (int p = side == 0 ? 25 : 775; p <= (side == 0 ? 570 : 1320); p += 5)
-                for (int k = 0; k < 3; k++) {
-                    total[side] += raw.Pixel(r, p)[k];
-                    counts[side]++;
-                }
-    front = total[0] / counts[0];
-    back = total[1] / counts[1];
 }
 
 void UvRealign(ColourView raw) {
@@ -180,8 +134,8 @@ void UvBlackSub(ColourView raw) {
     for (int r = 0; r <= 1198; r++)
         for (int p = 0; p < 1368; p++)
             for (int k = 0; k < 3; k++)
-                raw.Pixel(r, p)[k] =
-                    static_cast<uint8_t>(std::max(0, raw.Pixel(r, p)[k] - std::min(255, total[k] / 5000 + 2)));
+                raw.Pixel(r, p)[k] = static_cast<uint8_t>(
+                    std::max(0, raw.Pixel(r, p)[k] - std::min(255, total[k] / 5000 + 2)));
 }
 
 void UvIllumGain(const SensorGains &gains, ConstColourView raw, ColourView corrected) {
@@ -238,7 +192,8 @@ void UvBlackTable(int medianLevel, float gain, ColourView corrected) {
                 corrected.Pixel(r, p)[c] = table[corrected.Pixel(r, p)[c]];
 }
 
-UvMeasure UvCorrect(const UvOptions &options, const SensorGains &gains, ColourView raw, ColourView corrected) {
+UvMeasure UvCorrect(const UvOptions &options, const SensorGains &gains, ColourView raw,
+                    ColourView corrected) {
     reference::UvRealign(raw);
     if (options.blackSub)
         UvBlackSub(raw);

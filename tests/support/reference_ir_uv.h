@@ -19,12 +19,9 @@ void IrIllumGain(const SensorGains &gains, GreyView corrected);
 void IrCrop(ConstGreyView raw, ConstGreyView corrected, const CardPosition &card, const IrPosition &position,
             GreyView irFr, GreyView irBk);
 void IrDestripe(GreyView image);
-void IrLevels(ConstGreyView raw, int &front, int &back);
 void IrResp(ConstGreyView irr, ConstGreyView irc, ResponseTable &raw, ResponseTable &corrected);
-void DustCheck(ConstColourView rgbr, ConstGreyView irr, int (&counts)[4]);
 
 void UvBrighten(ColourView raw);
-void UvLevels(ConstColourView raw, int &front, int &back);
 void UvRealign(ColourView raw);
 void UvBlackSub(ColourView raw);
 void UvIllumGain(const SensorGains &gains, ConstColourView raw, ColourView corrected);
