@@ -115,7 +115,7 @@ TEST_F(ScanAnalysisTest, Dips) {
         raw_[2][1930 + 30 * distance] = 190;
         raw_[2][1930 + 31 * distance] = 206;
     }
-    corrected_[0][55] = 0;
+    corrected_[0][55] = corrected_[0][2454] = 0;
     corrected_[0][56] = corrected_[0][500] = 193;
     corrected_[0][700] = 194;
     for (const int distance : {-16, -15, -14, -13, 13, 14, 15, 16}) {

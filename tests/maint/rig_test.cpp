@@ -1,4 +1,5 @@
-// The rig's lines beside what they mirror. The driver is the fake one that is built beside this program.
+// The rig's lines beside what they mirror. The driver is the fake one that is built beside this program and
+// that LD_LIBRARY_PATH, set by ctest, leads to.
 #include "src/maint/rig.h"
 
 #include "include/k274.h"
@@ -15,9 +16,9 @@ struct RigTest : LibraryTest {
         LibraryTest::SetUp();
         OpenDriver();
         scanner.Serve();
-        take = reinterpret_cast<const char *(*)()>(
-            os::ModuleSymbol(os::LoadModule("labjackud"), "TakeRigTrace"));
-        ASSERT_NE(take, nullptr);
+        void *driver = os::LoadModule("labjackud");
+        ASSERT_NE(driver, nullptr) << "run through ctest";
+        take = reinterpret_cast<const char *(*)()>(os::ModuleSymbol(driver, "TakeRigTrace"));
         k274::LabJackOpen();
         take();
     }

@@ -5,7 +5,7 @@
 #include <stdio.h>
 #include <unistd.h>
 
-static volatile int32_t lastState;
+static _Atomic int32_t lastState;
 
 static void OnState(int32_t state) { lastState = state; }
 
