@@ -11,7 +11,7 @@ namespace {
 constexpr int kTile = 48;
 constexpr int kTileStep = 230;
 constexpr int kBorder = 90; // beyond the rounded corners
-constexpr int kReach = 14;  // largest displacement looked for, pixels
+constexpr int kReach = 10;  // largest displacement looked for, pixels
 
 // Sum of squared differences of one tile at one displacement.
 double Difference(const uint8_t *image, const scanner::Picture &art, const Transfer &transfer, int row,
@@ -41,7 +41,7 @@ double CompareWithArt(const uint8_t *image, const scanner::Picture &art, const T
             int bestDown = 0, bestRight = 0;
             for (int down = -kReach; down <= kReach; ++down) {
                 for (int right = -kReach; right <= kReach; ++right) {
-                    const double d = Difference(image, art, transfer, row, column, down, right, 3);
+                    const double d = Difference(image, art, transfer, row, column, down, right, 5);
                     if (d < best) {
                         best = d;
                         bestDown = down;
