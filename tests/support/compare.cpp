@@ -11,7 +11,7 @@ namespace {
 constexpr int kTile = 48;
 constexpr int kTileStep = 230;
 constexpr int kBorder = 90; // beyond the rounded corners
-constexpr int kReach = 10;  // largest displacement looked for, pixels
+constexpr int kReach = 14;  // largest displacement looked for, pixels
 
 // Sum of squared differences of one tile at one displacement.
 double Difference(const uint8_t *image, const scanner::Picture &art, const Transfer &transfer, int row,
@@ -22,7 +22,10 @@ double Difference(const uint8_t *image, const scanner::Picture &art, const Trans
             const uint8_t *pixel = image + (r * K274_NAT_WIDTH + c) * 3;
             const uint8_t *drawn = &art.rgb[static_cast<size_t>(((r + down) * art.width + c + right) * 3)];
             for (int k = 0; k < 3; ++k) {
-                const double d = pixel[k] - transfer(r, k, drawn[2 - k]);
+                const auto at = static_cast<size_t>(3 * r + k);
+                const float expected =
+                    std::min(255.0F, drawn[2 - k] * transfer.scale[at] + transfer.offset[at]);
+                const double d = pixel[k] - expected;
                 sum += d * d;
             }
         }
@@ -41,7 +44,7 @@ double CompareWithArt(const uint8_t *image, const scanner::Picture &art, const T
             int bestDown = 0, bestRight = 0;
             for (int down = -kReach; down <= kReach; ++down) {
                 for (int right = -kReach; right <= kReach; ++right) {
-                    const double d = Difference(image, art, transfer, row, column, down, right, 5);
+                    const double d = Difference(image, art, transfer, row, column, down, right, 3);
                     if (d < best) {
                         best = d;
                         bestDown = down;

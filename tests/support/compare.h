@@ -4,12 +4,13 @@
 #include "scanner/cards/card.h"
 
 #include <cstdint>
-#include <functional>
+#include <vector>
 
-/// What a sensor row of the image makes of an art value.
-/// @param row      image row
-/// @param channel  0 blue, 1 green, 2 red
-using Transfer = std::function<double(int row, int channel, int art)>;
+/// What an image row makes of an art value: value x scale + offset, at most 255. One entry a row and channel
+/// (blue, green, red), row after row.
+struct Transfer {
+    std::vector<float> scale, offset;
+};
 
 /// Peak signal-to-noise ratio in dB over tiles of the card's inside, each at its best displacement (the card
 /// lies a little askew): all three colours at the same one. The image is 1880 x 1180, blue, green, red.

@@ -2,6 +2,7 @@
 #include "tests/support/compare.h"
 #include "tests/support/host.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace {
@@ -13,14 +14,17 @@ constexpr double kDark = 3;
 
 // What becomes of an art value at a sensor row: the lamp's response, and the gain that levels it.
 Transfer ThroughTheScanner(int edgeRow, bool corrected) {
-    return [=](int row, int channel, int art) {
-        const int position = edgeRow - 1 - row;
-        const double response = K274_GetCcdWccResp()[channel * K274_RESP_POSITIONS + position];
-        double value = art * response / 255 + kDark;
-        if (corrected)
-            value *= std::min(2.55, std::pow(224 / response, 0.97));
-        return std::min(255.0, value);
-    };
+    Transfer transfer;
+    for (int row = 0; row < K274_NAT_HEIGHT; ++row) {
+        for (int channel = 0; channel < 3; ++channel) {
+            const int position = std::max(0, edgeRow - 1 - row);
+            const double response = K274_GetCcdWccResp()[channel * K274_RESP_POSITIONS + position];
+            const double gain = corrected ? std::min(2.55, std::pow(224 / response, 0.97)) : 1;
+            transfer.scale.push_back(static_cast<float>(response / 255 * gain));
+            transfer.offset.push_back(static_cast<float>(kDark * gain));
+        }
+    }
+    return transfer;
 }
 
 // Rows just past the card's upper edge as the virtual scanner lays cards; a few rows off changes nothing
