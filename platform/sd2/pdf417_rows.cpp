@@ -122,11 +122,14 @@ double BestTurns(const std::vector<Phasor> &sums, double lineStep, double *stren
     constexpr double kMaxTurns = 0.3; // half a turn per line would look the same in either order
     const double low = lineStep / (3 * kMaxPitch), high = std::min(kMaxTurns, lineStep / (3 * kMinPitch));
     const double step = 1 / (4 * lines);
-    for (double turns = low; turns <= high; turns += step) {
-        consider(turns);
-        consider(-turns);
+    const int steps = high < low ? -1 : static_cast<int>((high - low) / step);
+    for (int i = 0; i <= steps; ++i) {
+        consider(low + i * step);
+        consider(-(low + i * step));
     }
-    for (double fine = step / 2; fine > step / 64; fine /= 2) {
+    // Halving five times comes down to a thirty-second of a step.
+    for (int halving = 1; halving <= 5; ++halving) {
+        const double fine = step / (1 << halving);
         const double centre = best;
         consider(centre - fine);
         consider(centre + fine);

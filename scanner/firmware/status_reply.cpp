@@ -66,7 +66,8 @@ Answer EventRead(DeviceState &device, const Command &command) {
     // A text that comes up after this moment has not been told.
     const Tells tells = device.events.Empty() ? Tells::Nothing : Tells::Event;
     uint8_t *reply = device.reply.Begin(command, kHeaderBytes, tells);
-    std::strcpy(reinterpret_cast<char *>(reply + kEventTextAt), device.events.Front());
+    const char *text = device.events.Front();
+    std::memcpy(reply + kEventTextAt, text, std::strlen(text) + 1);
     return Answer::Reply;
 }
 

@@ -74,11 +74,12 @@ UvMeasure UvWhiteLevel(ConstColourView corrected) {
 
 ByteMap UvBlackTable(int32_t medianLevel, float gain) {
     const int k = std::min(static_cast<int>(static_cast<float>(medianLevel) * gain / 2.0F), kMaxBlack);
-    const float slope = static_cast<float>(255 - k / 4) / static_cast<float>(256 - k);
+    const int pressed = k / 4;
+    const float slope = static_cast<float>(255 - pressed) / static_cast<float>(256 - k);
     ByteMap table{};
     for (int v = 0; v < 256; v++)
-        table[static_cast<size_t>(v)] =
-            static_cast<uint8_t>(v < k ? v / 4 : k / 4 + static_cast<int>(static_cast<float>(v - k) * slope));
+        table[static_cast<size_t>(v)] = static_cast<uint8_t>(
+            v < k ? v / 4 : pressed + static_cast<int>(static_cast<float>(v - k) * slope));
     table[255] = 255;
     return table;
 }
