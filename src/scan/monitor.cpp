@@ -51,6 +51,8 @@ void Start() {
     monitor = Monitor{};
     monitor.startTime = os::CalendarSeconds();
     os::SleepMs(kStartDelayMs);
+    if (!Running()) // closed meanwhile: there is nothing to tell any more
+        return;
     LinkStart(PollStatus() != kPollFailed);
     {
         DeviceGuard guard(deviceLock);

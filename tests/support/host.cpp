@@ -10,16 +10,19 @@
 
 namespace {
 
-// Shared with the library's threads, which may call back after a test has ended.
-std::mutex stateLock;
-std::condition_variable stateChanged;
-std::vector<int> states;
-size_t mark = 0;
+// Shared with the library's threads, which may call back after a test has ended, and after main: never freed.
+struct Heard {
+    std::mutex lock;
+    std::condition_variable changed;
+    std::vector<int> states;
+    size_t mark = 0;
+};
+Heard &heard = *new Heard;
 
 void K274_CALLBACK NoteState(int32_t code) {
-    std::lock_guard guard(stateLock);
-    states.push_back(code);
-    stateChanged.notify_all();
+    std::lock_guard guard(heard.lock);
+    heard.states.push_back(code);
+    heard.changed.notify_all();
 }
 
 } // namespace
@@ -70,25 +73,25 @@ int HostTest::Scan(const std::string &name) {
 }
 
 int HostTest::WaitFor(const std::vector<int> &codes, std::chrono::milliseconds time) {
-    std::unique_lock lock(stateLock);
+    std::unique_lock lock(heard.lock);
     int found = 0;
-    stateChanged.wait_for(lock, time, [&] {
-        const auto from = states.begin() + static_cast<ptrdiff_t>(mark);
-        const auto at = std::find_first_of(from, states.end(), codes.begin(), codes.end());
-        found = at == states.end() ? 0 : *at;
+    heard.changed.wait_for(lock, time, [&] {
+        const auto from = heard.states.begin() + static_cast<ptrdiff_t>(heard.mark);
+        const auto at = std::find_first_of(from, heard.states.end(), codes.begin(), codes.end());
+        found = at == heard.states.end() ? 0 : *at;
         return found != 0;
     });
     return found;
 }
 
 void HostTest::Mark() {
-    std::lock_guard guard(stateLock);
-    mark = states.size();
+    std::lock_guard guard(heard.lock);
+    heard.mark = heard.states.size();
 }
 
 std::vector<int> HostTest::StatesSinceMark() {
-    std::lock_guard guard(stateLock);
-    return {states.begin() + static_cast<ptrdiff_t>(mark), states.end()};
+    std::lock_guard guard(heard.lock);
+    return {heard.states.begin() + static_cast<ptrdiff_t>(heard.mark), heard.states.end()};
 }
 
 std::vector<std::string> HostTest::Log() const {
