@@ -7,8 +7,9 @@
  * state across WDU_Uninit, as a scanner on a desk does. Every function may be called from any thread.
  *
  * Environment, read when the scanner comes into being: K274_CARDS (a folder of cards, inserted one after
- * the other as the slot becomes free), K274_SPEED, K274_SEED, K274_SCANNER_LOG (a file that gets the device
- * log). What each of them means to a user is in docs/virtual-scanner.md.
+ * the other as the slot becomes free), K274_SPEED, K274_SEED, K274_JITTER, K274_SCANNER_LOG (a file that gets
+ * the device log), K274_FLASH (a file that keeps what the scanner stores). What each of them means to a user
+ * is in docs/virtual-scanner.md.
  */
 #ifndef VIRTUAL_SCANNER_H
 #define VIRTUAL_SCANNER_H
@@ -53,7 +54,8 @@ VS_API void VS_PressEject(void);
 VS_API int32_t VS_PostEvent(const char *text);
 VS_API void VS_Unplug(void);
 VS_API void VS_PlugIn(void);
-/* Restarts the scanner without unplugging it: the next status reply says that it was reset. */
+/* Restarts the scanner without unplugging it: the next status reply says that it was reset. In the middle of
+ * programming this, like unplugging, leaves the old version or, once it is erased, none. */
 VS_API void VS_RestartFirmware(void);
 /* Text of this thread's last failure of a function here, empty when its last call did not fail. Valid until
  * the thread's next call. */
@@ -74,14 +76,32 @@ typedef struct VS_Identity {
     uint8_t reserved;
 } VS_Identity;
 VS_API void VS_GetIdentity(VS_Identity *identity);
+/* A scanner that lost its firmware in mid-programming has one again. */
 VS_API void VS_SetIdentity(const VS_Identity *identity);
 
-/* AFE register block, 26 words. */
+/* AFE register block, 26 words. Gains and exposures scale what the sensor delivers from the next card on. */
 VS_API void VS_SetAfeRegisters(const uint16_t registers[26]);
 /* The calibration record as the scanner sends it: length, checksum and 18,900 response bytes. A record
  * that is never set follows the lamps; null returns to that. At most 18,908 bytes are taken, and what is
  * missing is zero. */
 VS_API int32_t VS_SetCalibrationRecord(const uint8_t *record, uint32_t size);
+
+/* How far the transport runs ahead and behind, at most, in columns of the visible-light picture: 0 (even) to
+ * 16, from the next card on. */
+VS_API int32_t VS_SetTransportJitter(double columns);
+
+/* How far the lens is from sharp, in pixels of a focus line: 0 (sharp) to 32. */
+VS_API int32_t VS_SetLensBlur(int32_t pixels);
+
+/* What is wrong with the sensor in its test on a target at rest. Pixels are numbered as in a line, 0 to 2719.
+ */
+typedef struct VS_StillDefects {
+    uint32_t deadFirst, deadCount;  /* these pixels see nothing; count 0: none */
+    uint32_t stepPixel, stepLevels; /* from this pixel to the end of its half the light is so much less */
+    uint32_t noise; /* about its standard deviation in levels: a sound sensor has 1; at most 64 */
+} VS_StillDefects;
+/* Null: a sound sensor. */
+VS_API int32_t VS_SetStillDefects(const VS_StillDefects *defects);
 
 /* What the scanner has been told and has seen, for tests. */
 typedef struct VS_Observed {
@@ -95,7 +115,16 @@ typedef struct VS_Observed {
     uint32_t polls, rgbBlocks; /* status polls and RGB blocks answered */
     uint32_t scans, cancelled; /* cards that went through, and those that did not */
     uint32_t unknownCommands;
-    uint32_t lastSequence; /* sequence number of the last command */
+    uint32_t lastSequence;                                /* sequence number of the last command */
+    uint32_t irBlocks, uvBlocks, stripeReads, trackReads; /* answered */
+    uint32_t whiteCardNumber; /* low byte of the number that the host read from a white card, as last told */
+    uint32_t hiresBlocks;     /* at twice the pitch, answered */
+    uint32_t ledBytes[3];     /* of the LED command, as last set */
+    uint32_t mechTests, lastMechTest, mechParameters[2]; /* number of tests, the last one and its values */
+    uint32_t loopbacks, agingMode;                       /* loopback exchanges, lamp aging as last set */
+    uint32_t firmwareLoads, fpgaLoads;                   /* images taken */
+    uint32_t firmwarePrograms, fpgaPrograms, fpgaErases; /* done to the end */
+    uint32_t formats, recordWrites, calibrationWrites, afeWrites;
 } VS_Observed;
 VS_API void VS_GetObserved(VS_Observed *observed);
 

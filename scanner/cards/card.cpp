@@ -1,11 +1,13 @@
-// Loads a card from its folder: front.png, back.png and the text file card.txt.
+// Loads a card from its folder: the pictures of its sides and the text file card.txt.
 #include "scanner/cards/card.h"
 
 #include "scanner/cards/card_text.h"
+#include "scanner/cards/hidden_light.h"
 #include "scanner/cards/png.h"
 
 #include <algorithm>
 #include <filesystem>
+#include <optional>
 #include <system_error>
 
 namespace scanner {
@@ -15,6 +17,8 @@ namespace fs = std::filesystem;
 
 constexpr const char *kFrontFile = "front.png";
 constexpr const char *kBackFile = "back.png";
+constexpr const char *kFrontIrFile = "front-ir.png", *kBackIrFile = "back-ir.png";
+constexpr const char *kFrontUvFile = "front-uv.png", *kBackUvFile = "back-uv.png";
 constexpr const char *kTextFile = "card.txt";
 
 // What the card path takes, in 1/100 inch: a card is 3.375 x 2.125; art with some bleed is welcome.
@@ -52,6 +56,28 @@ void CheckInches(const PngFile &file, int dotsPerInch) {
                     "; correct the picture's size or the line 'dpi' in card.txt");
 }
 
+/// A further picture of a card; empty when there is none.
+std::optional<Picture> ReadFurther(const fs::path &path, const Picture &front) {
+    if (!Exists(path))
+        return std::nullopt;
+    const PngFile file = ReadPng(path);
+    if (file.width != front.width || file.height != front.height)
+        throw CardError(file.path.string() + ": " + std::to_string(file.width) + " x " +
+                        std::to_string(file.height) + " pixels, but front.png has " +
+                        std::to_string(front.width) + " x " + std::to_string(front.height) +
+                        "; draw all pictures of the card at one size");
+    return DecodePng(file);
+}
+
+/// By half a turn.
+void Turn(Picture *picture) {
+    std::vector<uint8_t> &rgb = picture->rgb;
+    std::reverse(rgb.begin(), rgb.end());
+    for (size_t i = 0; i + 3 <= rgb.size(); i += 3) // the colours in their order again
+        std::swap(rgb[i], rgb[i + 2]);
+}
+void Turn(GreyPicture *picture) { std::reverse(picture->grey.begin(), picture->grey.end()); }
+
 } // namespace
 
 Card LoadCard(const std::string &folder) {
@@ -68,6 +94,7 @@ Card LoadCard(const std::string &folder) {
     if (card.name.empty())
         card.name = FolderName(path);
     card.dotsPerInch = text.dotsPerInch;
+    card.traits = text.traits;
     card.cornerRadius = static_cast<int>((int64_t{text.cornerRadius} * text.dotsPerInch + 5000) / 10000);
 
     const PngFile front = ReadPng(path / kFrontFile);
@@ -77,17 +104,30 @@ Card LoadCard(const std::string &folder) {
                         ": the corners are larger than the card; correct the line 'corner-radius-inches'");
     card.front = DecodePng(front);
 
-    if (!Exists(path / kBackFile)) {
+    if (std::optional<Picture> back = ReadFurther(path / kBackFile, card.front))
+        card.back = std::move(*back);
+    else
         card.back = {front.width, front.height, std::vector<uint8_t>(card.front.rgb.size(), 255)};
-        return card;
+
+    const struct {
+        const char *irFile, *uvFile;
+        const Picture &art;
+        GreyPicture &ir;
+        Picture &uv;
+    } kSides[] = {{kFrontIrFile, kFrontUvFile, card.front, card.frontIr, card.frontUv},
+                  {kBackIrFile, kBackUvFile, card.back, card.backIr, card.backUv}};
+    for (const auto &side : kSides) {
+        const std::optional<Picture> ir = ReadFurther(path / side.irFile, card.front);
+        side.ir = ir ? Luminance(*ir) : DeriveInfrared(side.art);
+        std::optional<Picture> uv = ReadFurther(path / side.uvFile, card.front);
+        side.uv = uv ? std::move(*uv) : DeriveUltraviolet(side.art);
     }
-    const PngFile back = ReadPng(path / kBackFile);
-    if (back.width != front.width || back.height != front.height)
-        throw CardError(back.path.string() + ": " + std::to_string(back.width) + " x " +
-                        std::to_string(back.height) + " pixels, but front.png has " +
-                        std::to_string(front.width) + " x " + std::to_string(front.height) +
-                        "; draw both sides of the card at one size");
-    card.back = DecodePng(back);
+    if (card.traits.turned) {
+        for (Picture *picture : {&card.front, &card.back, &card.frontUv, &card.backUv})
+            Turn(picture);
+        for (GreyPicture *picture : {&card.frontIr, &card.backIr})
+            Turn(picture);
+    }
     return card;
 }
 

@@ -9,18 +9,43 @@
 namespace scanner {
 
 void CalibrationRecord::Follow(const WhiteResponse &lamps) {
+    Fill(lamps.data());
+    followsLamps_ = true;
+}
+
+void CalibrationRecord::Store(const uint8_t *responses) {
+    Fill(responses);
+    followsLamps_ = false;
+}
+
+void CalibrationRecord::Fill(const uint8_t *responses) {
     Put32(bytes_.data(), kResponseBytes);
-    Put32(bytes_.data() + 4, std::accumulate(lamps.begin(), lamps.end(), uint32_t{0}));
-    std::copy(lamps.begin(), lamps.end(), bytes_.begin() + 8);
+    Put32(bytes_.data() + 4, std::accumulate(responses, responses + kResponseBytes, uint32_t{0}));
+    std::copy_n(responses, kResponseBytes, bytes_.begin() + 8);
 }
 
 void CalibrationRecord::Set(const uint8_t *record, size_t size) {
     bytes_.fill(0);
     std::copy_n(record, std::min(size, bytes_.size()), bytes_.begin());
+    followsLamps_ = false;
+}
+
+void CalibrationRecord::Erase() {
+    bytes_.fill(kErased);
+    followsLamps_ = false;
 }
 
 Answer CalibrationExchange(DeviceState &device, const Command &command) {
-    constexpr uint8_t kRead = 0;
+    enum Sub : uint8_t { kRead = 0, kWrite = 1, kWriteVisible = 2 };
+    if (command.sub == kWrite || command.sub == kWriteVisible) {
+        // Hosts send all responses in either case, and zeros behind them. Everything is stored.
+        if (command.word1 != kResponseBytes || command.dataBytes < kResponseBytes)
+            return Answer::Refused;
+        device.calibration.Store(command.data);
+        device.observed.calibrationWrites++;
+        device.flashFile.Keep(device);
+        return Answer::None;
+    }
     if (command.sub != kRead)
         return Answer::Refused;
     const auto &record = device.calibration.Bytes();

@@ -18,10 +18,20 @@ public:
     void Follow(const WhiteResponse &lamps);
     /// Any bytes, sound or not; what is missing is zero, what is too much is left out.
     void Set(const uint8_t *record, size_t size);
+    /// Responses as a host has measured them.
+    /// @param responses  kResponseBytes
+    void Store(const uint8_t *responses);
+    /// No record any more: what is read is erased flash.
+    void Erase();
+    /// Nothing was set since Follow.
+    bool FollowsLamps() const { return followsLamps_; }
     const std::array<uint8_t, kCalibrationBytes> &Bytes() const { return bytes_; }
 
 private:
+    void Fill(const uint8_t *responses);
+
     std::array<uint8_t, kCalibrationBytes> bytes_{};
+    bool followsLamps_ = true;
 };
 
 } // namespace scanner

@@ -27,8 +27,33 @@ Answer StatusPoll(DeviceState &, const Command &);
 Answer EventRead(DeviceState &, const Command &);
 // line_server.cpp
 Answer RgbLines(DeviceState &, const Command &);
+Answer IrLines(DeviceState &, const Command &);
+Answer UvLines(DeviceState &, const Command &);
+Answer HiresLines(DeviceState &, const Command &);
+// still.cpp
+Answer StillMode(DeviceState &, const Command &);
+Answer StillLines(DeviceState &, const Command &);
+// focus.cpp
+Answer FocusLines(DeviceState &, const Command &);
+// stripe.cpp
+Answer StripeLines(DeviceState &, const Command &);
+Answer StripeTracks(DeviceState &, const Command &);
 // calibration.cpp
 Answer CalibrationExchange(DeviceState &, const Command &);
+// programming.cpp
+Answer FirmwareImage(DeviceState &, const Command &);
+Answer FpgaImage(DeviceState &, const Command &);
+// data_areas.cpp
+Answer FactoryData(DeviceState &, const Command &);
+Answer UserData(DeviceState &, const Command &);
+Answer FlashBlock(DeviceState &, const Command &);
+Answer ParameterExchange(DeviceState &, const Command &);
+Answer AfeExchange(DeviceState &, const Command &);
+// workshop.cpp
+Answer SetLeds(DeviceState &, const Command &);
+Answer LedAging(DeviceState &, const Command &);
+Answer Mechanism(DeviceState &, const Command &);
+Answer Loopback(DeviceState &, const Command &);
 // session.cpp
 Answer Handshake(DeviceState &, const Command &);
 Answer CloseSession(DeviceState &, const Command &);
@@ -37,12 +62,11 @@ Answer EjectCard(DeviceState &, const Command &);
 Answer ResetScanner(DeviceState &, const Command &);
 Answer GuiScan(DeviceState &, const Command &);
 Answer Information(DeviceState &, const Command &);
-Answer Mechanism(DeviceState &, const Command &);
 // registers.cpp
 Answer UvOption(DeviceState &, const Command &);
+Answer WhiteCardNumber(DeviceState &, const Command &);
 Answer LogIn(DeviceState &, const Command &);
 Answer UserLed(DeviceState &, const Command &);
-Answer AfeExchange(DeviceState &, const Command &);
 Answer LastScanMode(DeviceState &, const Command &);
 Answer SecondScan(DeviceState &, const Command &);
 Answer DebugLed(DeviceState &, const Command &);

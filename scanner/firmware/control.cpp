@@ -110,32 +110,80 @@ int32_t VS_SetSpeed(double factor) {
 void VS_SetSeed(uint32_t seed) { Locked()->device.SetSeed(seed); }
 
 void VS_GetIdentity(VS_Identity *identity) {
-    if (identity != nullptr)
-        *identity = Locked().State().identity;
+    if (identity == nullptr)
+        return;
+    Locked locked;
+    scanner::AdvanceProgramming(locked.State());
+    *identity = locked.State().identity;
 }
 
 void VS_SetIdentity(const VS_Identity *identity) {
-    if (identity != nullptr)
-        Locked().State().identity = *identity;
+    if (identity == nullptr)
+        return;
+    Locked locked;
+    scanner::DeviceState &device = locked.State();
+    device.identity = *identity;
+    device.stored.firmwareMissing = false;
+    device.flashFile.Keep(device);
 }
 
 void VS_SetAfeRegisters(const uint16_t registers[26]) {
-    if (registers != nullptr)
-        std::copy_n(registers, scanner::kAfeWords, Locked().State().afe.begin());
+    if (registers == nullptr)
+        return;
+    Locked locked;
+    scanner::DeviceState &device = locked.State();
+    std::copy_n(registers, scanner::kAfeWords, device.afe.begin());
+    device.stored.afe = device.afe;
+    device.flashFile.Keep(device);
 }
 
 int32_t VS_SetCalibrationRecord(const uint8_t *record, uint32_t size) {
     Locked locked;
+    scanner::DeviceState &device = locked.State();
     if (record == nullptr)
-        locked.State().calibration.Follow(locked.State().lines.Lamps());
+        device.calibration.Follow(device.lines.Lamps());
     else
-        locked.State().calibration.Set(record, size);
+        device.calibration.Set(record, size);
+    device.flashFile.Keep(device);
+    return VS_OK;
+}
+
+int32_t VS_SetTransportJitter(double columns) {
+    if (!scanner::UsableJitter(columns))
+        return Fail(VS_BAD_ARGUMENT, "a transport's jitter is a number from 0 to 16");
+    Locked().State().lines.SetJitter(scanner::JitterOf(columns));
+    return VS_OK;
+}
+
+int32_t VS_SetLensBlur(int32_t pixels) {
+    constexpr int32_t kMost = 32;
+    if (pixels < 0 || pixels > kMost)
+        return Fail(VS_BAD_ARGUMENT, "a lens is from 0 to 32 pixels from sharp");
+    Locked().State().lensBlur = pixels;
+    return VS_OK;
+}
+
+int32_t VS_SetStillDefects(const VS_StillDefects *defects) {
+    scanner::StillDefects taken;
+    if (defects != nullptr) {
+        constexpr uint32_t kPixels = scanner::kLinePixels, kLevels = 255, kNoise = 64;
+        if (defects->deadFirst >= kPixels || defects->deadCount > kPixels || defects->stepPixel >= kPixels ||
+            defects->stepLevels > kLevels || defects->noise > kNoise)
+            return Fail(VS_BAD_ARGUMENT, "a value of the defects is outside its range");
+        taken = {static_cast<int>(defects->deadFirst), static_cast<int>(defects->deadCount),
+                 static_cast<int>(defects->stepPixel), static_cast<int>(defects->stepLevels),
+                 static_cast<int>(defects->noise)};
+    }
+    Locked().State().still.defects = taken;
     return VS_OK;
 }
 
 void VS_GetObserved(VS_Observed *observed) {
-    if (observed != nullptr)
-        *observed = Locked()->device.Observed();
+    if (observed == nullptr)
+        return;
+    Locked locked;
+    scanner::AdvanceProgramming(locked.State());
+    *observed = locked->device.Observed();
 }
 
 int32_t VS_ArmFault(const VS_Fault *fault) {

@@ -18,6 +18,7 @@ OutResult Device::Out(const uint8_t *bytes, size_t size) {
     const CommandInfo *info = size >= kShortHeaderBytes ? FindCommand(command.code) : nullptr;
     if (info != nullptr && size >= info->bytes) {
         state_.status.HostSpoke();
+        AdvanceProgramming(state_);
         state_.observed.lastSequence = command.sequence;
         if (command.code != kStatusPollCode)
             LogCommand(info->name, command);
@@ -38,8 +39,11 @@ InResult Device::In(uint8_t *bytes, size_t capacity, size_t *size) {
     *size = 0;
     if (inHalted_)
         return InResult::Stall;
-    if (state_.lines.Asked())
-        state_.lines.Serve(state_.status, state_.reply);
+    if (state_.lines.Asked() && !state_.lines.Serve(state_.status, state_.reply)) {
+        state_.log.Line("no more lines: refused");
+        inHalted_ = true;
+        return InResult::Stall;
+    }
     Reply &reply = state_.reply;
     if (!reply.Waiting())
         return InResult::Nak;
@@ -64,6 +68,21 @@ InResult Device::In(uint8_t *bytes, size_t capacity, size_t *size) {
         break;
     case Tells::RgbBlock:
         state_.observed.rgbBlocks++;
+        break;
+    case Tells::IrBlock:
+        state_.observed.irBlocks++;
+        break;
+    case Tells::UvBlock:
+        state_.observed.uvBlocks++;
+        break;
+    case Tells::HiresBlock:
+        state_.observed.hiresBlocks++;
+        break;
+    case Tells::Stripe:
+        state_.observed.stripeReads++;
+        break;
+    case Tells::Tracks:
+        state_.observed.trackReads++;
         break;
     case Tells::Nothing:
         break;
@@ -95,24 +114,24 @@ void Device::DropTransfer() {
 void Device::PowerOn() {
     state_.log.Line("power on");
     state_.poweredOn = state_.clock.Now();
-    state_.resetNotice = true;
+    Boot(state_);
     state_.events.Post("Reset - Power on");
 }
 
 void Device::PowerOff() {
     state_.log.Line("power off");
     DropTransfer();
-    state_.status.Abandon("power lost");
+    AdvanceProgramming(state_); // the host may not have spoken for a while
+    Halt(state_, "power lost");
     state_.lines.Clear();
-    state_.events.Clear();
 }
 
 void Device::Restart() {
     state_.log.Line("restart");
     DropTransfer();
-    state_.status.Abandon("restarted");
-    state_.events.Clear();
-    state_.resetNotice = true;
+    AdvanceProgramming(state_);
+    Halt(state_, "restarted");
+    Boot(state_);
     state_.events.Post("Reset - Button");
 }
 
@@ -130,6 +149,11 @@ void Device::CloseDoor() {
 void Device::PressEject() {
     state_.events.Post("Eject button");
     state_.status.Cancel("eject button");
+}
+
+void Device::SetSeed(uint32_t seed) {
+    state_.lines.SetSeed(seed);
+    state_.still.captures = 0;
 }
 
 bool Device::InsertCard(std::shared_ptr<const Card> card) {

@@ -53,7 +53,7 @@ public:
     bool InsertCard(std::shared_ptr<const Card> card);
     /// No card in the slot or on its way. Also notices a host that has vanished.
     bool SlotFree();
-    void SetSeed(uint32_t seed) { state_.lines.SetSeed(seed); }
+    void SetSeed(uint32_t seed);
 
     /// For whoever looks into the scanner from outside.
     DeviceState &State() { return state_; }

@@ -5,20 +5,25 @@
 #include "scanner/firmware/clock.h"
 #include "scanner/firmware/device_log.h"
 #include "scanner/firmware/event_queue.h"
+#include "scanner/firmware/flash.h"
 #include "scanner/firmware/line_server.h"
 #include "scanner/firmware/packet.h"
+#include "scanner/firmware/programming.h"
 #include "scanner/firmware/status_machine.h"
 #include "scanner/virtual_scanner.h"
 
-#include <array>
 #include <memory>
 
 namespace scanner {
 
-constexpr int kAfeWords = 26;
-using AfeRegisters = std::array<uint16_t, kAfeWords>;
-extern const AfeRegisters kFactoryAfe;
 extern const VS_Identity kFactoryIdentity;
+
+/// The sensor's test on a target at rest.
+struct StillTest {
+    bool on = false;       // the host has asked for it since the last card
+    uint32_t captures = 0; // each with noise of its own
+    StillDefects defects;
+};
 
 struct DeviceState {
     DeviceState(const Clock &deviceClock, DeviceLog &deviceLog) : clock(deviceClock), log(deviceLog) {}
@@ -29,8 +34,13 @@ struct DeviceState {
     StatusMachine status{clock, events, log};
     LineServer lines;
     CalibrationRecord calibration{lines.Lamps()};
-    AfeRegisters afe = kFactoryAfe;
+    AfeRegisters afe = kFactoryAfe; // as they are now; the flash may hold others
+    StillTest still;
+    int lensBlur = 0; // how far the lens is from sharp, in pixels of a focus line
     VS_Identity identity = kFactoryIdentity;
+    Stored stored;
+    FlashFile flashFile;
+    Programming programming;
     VS_Observed observed{};
     std::shared_ptr<const Card> slot; // waits to be drawn in
     bool doorOpen = false;

@@ -25,6 +25,8 @@ std::string Text(const char *name) {
 } // namespace
 
 bool UsableSpeed(double factor) { return std::isfinite(factor) && factor >= 0; }
+bool UsableJitter(double columns) { return columns >= 0 && columns <= 16; }
+int32_t JitterOf(double columns) { return static_cast<int32_t>(std::lround(columns * 65536)); }
 
 Settings ReadEnvironment() {
     Settings settings;
@@ -45,8 +47,17 @@ Settings ReadEnvironment() {
                      "virtual scanner: K274_SEED=%s is no seed; using 1. "
                      "Give a whole number from 0 to 4294967295\n",
                      seed.c_str());
+    const std::string jitter = Text("K274_JITTER");
+    double columns = 0;
+    if (WholeTextIs(jitter.c_str(), &columns) && UsableJitter(columns))
+        settings.jitter = columns;
+    else if (!jitter.empty())
+        std::fprintf(stderr,
+                     "virtual scanner: K274_JITTER=%s is no jitter; using 0. Give a number from 0 to 16\n",
+                     jitter.c_str());
     settings.cards = Text("K274_CARDS");
     settings.log = Text("K274_SCANNER_LOG");
+    settings.flash = Text("K274_FLASH");
     return settings;
 }
 

@@ -9,8 +9,35 @@
 namespace scanner {
 namespace {
 
-constexpr int kMaxRgbLines = static_cast<int>(kMaxReplyBytes / kRgbLineBytes);
-constexpr size_t kLineNumberAt = 8, kProgressAt = 16;
+constexpr size_t kLineNumberAt = 8;
+
+void RenderStripLine(const Scene &scene, int line, uint8_t *bytes) {
+    RenderHiresLine(scene, HiresWay::kStrip, line, bytes);
+}
+void RenderFullLine(const Scene &scene, int line, uint8_t *bytes) {
+    RenderHiresLine(scene, HiresWay::kFull, line, bytes);
+}
+
+/// How the lines of a pass travel: behind a short header and the last of them cut, or whole behind a header.
+constexpr struct PacketKind {
+    Tells tells;
+    void (*render)(const Scene &, int line, uint8_t *bytes);
+    bool whole;
+    size_t progressAt;
+    size_t HeaderBytes() const { return whole ? kHeaderBytes : kShortHeaderBytes; }
+} kPackets[kPasses] = {
+    {Tells::RgbBlock, RenderRgbLine, false, 16},   {Tells::IrBlock, RenderIrLine, false, 16},
+    {Tells::UvBlock, RenderUvLine, false, 16},     {Tells::HiresBlock, RenderStripLine, true, 20},
+    {Tells::HiresBlock, RenderFullLine, true, 20},
+};
+
+const PacketKind &Kind(Pass pass) { return kPackets[static_cast<size_t>(pass)]; }
+
+/// Lines that one packet can carry.
+int MostLines(Pass pass) {
+    const size_t room = kMaxReplyBytes - (Kind(pass).whole ? kHeaderBytes : 0);
+    return static_cast<int>(room) / Info(pass).lineBytes;
+}
 
 } // namespace
 
@@ -21,44 +48,69 @@ void LineServer::SetSeed(uint32_t seed) {
     scans_ = 0;
 }
 
-void LineServer::StartScan(std::shared_ptr<const Card> card) {
+void LineServer::StartScan(std::shared_ptr<const Card> card, const SensorGains &gains) {
     card_ = std::move(card);
     scene_ = MakeScene(*card_, lamps_, seed_, scans_++);
+    scene_.gains = gains;
+    scene_.jitter = jitter_;
 }
 
-bool LineServer::Ask(const Command &command, StatusMachine &status) {
-    if (command.word1 < 1 || command.word1 > kMaxRgbLines)
+bool LineServer::Ask(Pass pass, const Command &command, StatusMachine &status) {
+    if (command.word1 < 1 || command.word1 > MostLines(pass))
         return false;
+    pass_ = pass;
     request_ = command;
     asked_ = true;
-    status.RgbLinesAsked(Lowest());
+    status.LinesAsked(pass, Needed());
     return true;
 }
 
-void LineServer::Serve(const StatusMachine &status, Reply &reply) {
-    const int count = request_.word1;
-    // Lines beyond the far end are black at once; of the others the lowest comes last.
-    if (Lowest() < kScanLines && !status.RgbLineReady(Lowest()))
-        return;
+bool LineServer::Serve(StatusMachine &status, Reply &reply) {
+    const StatusMachine::Lines there = status.LinesThere(pass_, Needed());
+    if (there == StatusMachine::Lines::Coming)
+        return true;
     asked_ = false;
-    const size_t size = static_cast<size_t>(count) * kRgbLineBytes;
-    uint8_t *packet = reply.BeginData(request_, size, Tells::RgbBlock);
+    if (there == StatusMachine::Lines::Never)
+        return false;
+    const PassInfo &info = Info(pass_);
+    const PacketKind &kind = Kind(pass_);
+    const int count = request_.word1, read = status.LinesRead(pass_);
+    const auto lineBytes = static_cast<size_t>(info.lineBytes);
+    const size_t dataBytes = static_cast<size_t>(count) * lineBytes;
+    uint8_t *packet = kind.whole ? reply.Begin(request_, kHeaderBytes + dataBytes, kind.tells)
+                                 : reply.BeginData(request_, dataBytes, kind.tells);
     Put16(packet + kLineNumberAt, request_.word0);
-    Put16(packet + kProgressAt, static_cast<unsigned>(status.RgbProgress()));
-    // Lines that the head never reached, as the scan was broken off, are black too.
-    const int lowestRead = kScanLines - status.RgbProgress();
+    Put16(packet + kind.progressAt, static_cast<unsigned>(read));
     for (int k = 0; k < count; k++) {
-        const int line = Lowest() + k;
-        uint8_t *bytes = packet + kShortHeaderBytes + static_cast<size_t>(k) * kRgbLineBytes;
-        if (card_ && line < kScanLines && line >= lowestRead)
-            RenderRgbLine(scene_, line, bytes);
+        const int line = request_.word0 + k;
+        uint8_t *bytes = packet + kind.HeaderBytes() + static_cast<size_t>(k) * lineBytes;
+        // Lines that the head never reached, as the scan was broken off, are black too.
+        if (card_ && line < info.lines && LineOrder(pass_, line) < read)
+            kind.render(scene_, line, bytes);
         else
-            std::fill_n(bytes, kRgbLineBytes, uint8_t{0});
+            std::fill_n(bytes, lineBytes, uint8_t{0});
     }
+    return true;
 }
 
-Answer RgbLines(DeviceState &device, const Command &command) {
-    return device.lines.Ask(command, device.status) ? Answer::Lines : Answer::Refused;
+namespace {
+
+Answer AskFor(Pass pass, DeviceState &device, const Command &command) {
+    return device.lines.Ask(pass, command, device.status) ? Answer::Lines : Answer::Refused;
+}
+
+} // namespace
+
+Answer RgbLines(DeviceState &device, const Command &command) { return AskFor(Pass::Rgb, device, command); }
+Answer IrLines(DeviceState &device, const Command &command) { return AskFor(Pass::Ir, device, command); }
+Answer UvLines(DeviceState &device, const Command &command) { return AskFor(Pass::Uv, device, command); }
+
+Answer HiresLines(DeviceState &device, const Command &command) {
+    constexpr uint8_t kOneWay = 1;
+    if (command.sub != kOneWay)
+        return Answer::Refused;
+    // Their numbers overlap: those of the pass that the scan makes or made.
+    return AskFor(device.status.LastPass() == Pass::Strip ? Pass::Strip : Pass::Full, device, command);
 }
 
 } // namespace scanner

@@ -18,6 +18,11 @@ Command ParseCommand(const uint8_t *bytes, size_t size) {
     command.sequence = Get32(field + 12);
     std::copy_n(field + 16, 4, command.arg);
     command.dword0 = Get32(field + 44);
+    command.dword1 = Get32(field + 52);
+    if (size > kHeaderBytes) {
+        command.data = bytes + kHeaderBytes;
+        command.dataBytes = size - kHeaderBytes;
+    }
     return command;
 }
 

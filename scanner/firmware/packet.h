@@ -34,12 +34,25 @@ struct Command {
     uint16_t word0 = 0, word1 = 0;
     uint32_t sequence = 0;
     uint8_t arg[4] = {};
-    uint32_t dword0 = 0;
+    uint32_t dword0 = 0, dword1 = 0;
+    const uint8_t *data = nullptr; // behind the header, for as long as the command is handled
+    size_t dataBytes = 0;
 };
 Command ParseCommand(const uint8_t *bytes, size_t size);
 
 /// What the host learns from a reply; it counts as said only when the reply has been taken.
-enum class Tells { Nothing, Status, StatusAndReset, Event, RgbBlock };
+enum class Tells {
+    Nothing,
+    Status,
+    StatusAndReset,
+    Event,
+    RgbBlock,
+    IrBlock,
+    UvBlock,
+    HiresBlock,
+    Stripe,
+    Tracks
+};
 
 /// The reply that waits to be read. There is at most one: a new command drops an unread reply.
 class Reply {

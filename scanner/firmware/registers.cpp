@@ -1,4 +1,4 @@
-// Registers, lamps for the user, and the options that hosts set.
+// Lamps for the user, and the options that hosts set.
 #include "scanner/firmware/command_table.h"
 
 #include <algorithm>
@@ -16,13 +16,14 @@ Answer Echo(DeviceState &device, const Command &command) {
 
 } // namespace
 
-// Ten-bit values as the factory sets them: offsets and gains of the colours, exposures, spare words.
-const AfeRegisters kFactoryAfe = {120, 384, 392, 401, 64,  64,  118, 379, 388, 620, 604, 588, 700,
-                                  512, 540, 32,  32,  256, 256, 0,   0,   0,   0,   0,   0,   0};
-
 Answer UvOption(DeviceState &device, const Command &command) {
     device.observed.uvOption = command.sub;
     return Echo(device, command);
+}
+
+Answer WhiteCardNumber(DeviceState &device, const Command &command) {
+    device.observed.whiteCardNumber = command.sub;
+    return Answer::None;
 }
 
 Answer LogIn(DeviceState &device, const Command &command) {
@@ -36,17 +37,6 @@ Answer LogIn(DeviceState &device, const Command &command) {
 Answer UserLed(DeviceState &device, const Command &command) {
     device.observed.userLed = command.arg[0];
     return Answer::None;
-}
-
-Answer AfeExchange(DeviceState &device, const Command &command) {
-    constexpr uint8_t kRead = 0;
-    constexpr size_t kRegistersAt = 24;
-    if (command.sub != kRead)
-        return Answer::Refused;
-    uint8_t *reply = device.reply.Begin(command, kHeaderBytes, Tells::Nothing);
-    for (size_t k = 0; k < device.afe.size(); k++)
-        Put16(reply + kRegistersAt + 2 * k, device.afe[k]);
-    return Answer::Reply;
 }
 
 Answer LastScanMode(DeviceState &device, const Command &command) {

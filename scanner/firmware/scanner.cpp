@@ -14,6 +14,8 @@ constexpr double kPortCycleSeconds = 0.03;
 Scanner::Scanner(const Settings &settings) : log(clock, settings.log), device(clock, log) {
     clock.SetSpeed(settings.speed);
     device.SetSeed(settings.seed);
+    device.State().lines.SetJitter(JitterOf(settings.jitter));
+    device.State().flashFile.Open(device.State(), settings.flash);
     device.PowerOn();
     Connect();
     if (settings.cards.empty())

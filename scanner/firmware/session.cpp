@@ -42,9 +42,8 @@ Answer EjectCard(DeviceState &device, const Command &) {
 
 Answer ResetScanner(DeviceState &device, const Command &) {
     device.observed.resets++;
-    device.status.Abandon("reset by the host");
-    device.events.Clear();
-    device.resetNotice = true;
+    Halt(device, "reset by the host");
+    Boot(device);
     return Answer::None;
 }
 
@@ -67,12 +66,6 @@ Answer Information(DeviceState &device, const Command &command) {
     Put32(reply + 52, static_cast<uint32_t>(identity.serialNumber2 >> 32));
     Put32(reply + 56, identity.serialNumber);
     return Answer::Reply;
-}
-
-Answer Mechanism(DeviceState &device, const Command &command) {
-    constexpr uint8_t kState = 1;
-    // The flag word at 42 is 0: no firmware image is missing, the host need not program one.
-    return command.sub == kState ? PlainReply(device, command) : Answer::Refused;
 }
 
 } // namespace scanner

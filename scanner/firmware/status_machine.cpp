@@ -1,27 +1,29 @@
 // Moves a card through its stages.
 #include "scanner/firmware/status_machine.h"
 
-#include "scanner/optics/optics.h"
-
 #include <algorithm>
 
 namespace scanner {
 namespace {
 
-constexpr double kHeadLinesPerSecond = kScanLines / 2.5;
 constexpr double kBetweenCards = 0.5; // seconds that a user needs to put in the next card
-
-// A host that has got this line has the card: it may stop there or read on to the end.
-constexpr int kCompleteLine = 224;
 
 // A host that polls on without asking for a line has no interest in the lines of this stage. At speed 0 only
 // the polls count.
 constexpr unsigned kUninterestedPolls = 20, kUninterestedPollsInstant = 5;
 constexpr double kUninterestedSeconds = 1.0;
 
-// A host that breaks off a transfer goes back to polling about ten times a second. It would take the RGB
-// word for a new card, so a poll after such a pause (in real seconds) ends the scan.
+// A host that breaks off a transfer goes back to polling about ten times a second. It would take the word of
+// a stage with lines for a new card, so a poll after such a pause (in real seconds) ends the scan.
 constexpr double kGivenUpSeconds = 0.08;
+
+// A cleaning card shows no end while a host waits for the first stage: as long as it polls without pauses,
+// which it does not more often than so.
+constexpr unsigned kCleaningPolls = 250, kCleaningPauses = 3;
+
+// Where a card that jams comes to a stop, in lines of visible light, and how the event names that light.
+constexpr int kJamLine = 1200;
+constexpr const char *kJamEvent = "Card jammed illum = 1";
 
 // A host that does not speak for so long (in real seconds, whatever the speed) has vanished. It may be busy
 // with an image or with its user, therefore not less.
@@ -33,39 +35,31 @@ struct StageInfo {
     double seconds; // how long it lasts at least
 };
 
-// The stages of light that this scanner has no lines for last long enough to be seen and no longer.
 constexpr StageInfo kStages[] = {
     {"idle", 0x0000, kBetweenCards},
     {"card in", 0x0001, 0.2},
     {"first", 0x0003, 0.5},
     {"RGB", 0x0007, 2.5},
-    {"IR", 0x001F, 1.0},
-    {"last", 0x005F, 1.0},
+    {"IR", 0x001F, 1.5},
+    {"last", 0x005F, 1.5},
     {"end", 0x8000, 0.3},
+    {"cleaning", 0x2000, 2.5},
+    {"jammed", 0x1000, 1.0},
 };
 
 const StageInfo &Info(Stage stage) { return kStages[static_cast<size_t>(stage)]; }
 
 constexpr uint8_t kVisibleLightOnly = 'R';
 
-Stage After(Stage stage, uint8_t scanMode) {
-    switch (stage) {
-    case Stage::CardIn:
-        return Stage::First;
-    case Stage::First:
-        return Stage::Rgb;
-    case Stage::Rgb:
-        return scanMode == kVisibleLightOnly ? Stage::End : Stage::Ir;
-    case Stage::Ir:
-        return Stage::Last;
-    case Stage::Last:
-        return Stage::End;
-    case Stage::End:
-    case Stage::Idle:
-        break;
-    }
-    return Stage::Idle;
-}
+constexpr Stage kPassStages[kPasses] = {Stage::Rgb, Stage::Ir, Stage::Last, Stage::Last, Stage::Last};
+
+// The full pass at twice the pitch takes so long while a host reads it; the others take as long as their
+// stages.
+constexpr double kFullSeconds = 6.0;
+
+Stage StageOf(Pass pass) { return kPassStages[static_cast<size_t>(pass)]; }
+
+double PassSeconds(Pass pass) { return pass == Pass::Full ? kFullSeconds : Info(StageOf(pass)).seconds; }
 
 } // namespace
 
@@ -79,46 +73,55 @@ void StatusMachine::HostSpoke() {
     lastSpoke_ = clock_.RealNow();
 }
 
-uint16_t StatusMachine::Poll(uint8_t scanMode) {
+uint16_t StatusMachine::Poll(uint8_t scanMode, std::optional<Pass> lastPass) {
     const double now = clock_.RealNow();
-    const bool brokenOff = stage_ == Stage::Rgb && lines_.asked && !lines_.complete;
-    if (brokenOff && now - std::max(lastPoll_, lines_.lastAskedReal) >= kGivenUpSeconds)
-        Cancel("the host broke off the RGB lines");
+    const bool brokenOff = Running() && fetched_.asked && !fetched_.complete;
+    pauses_ = now - lastPoll_ >= kGivenUpSeconds ? pauses_ + 1 : 0;
+    if (stage_ != Stage::Last)
+        lastPass_ = lastPass;
+    if (brokenOff && now - std::max(lastPoll_, fetched_.lastAskedReal) >= kGivenUpSeconds)
+        Cancel("the host broke off its transfer");
+    else if (AtJam() && shown_ > 0 && !brokenOff)
+        Jam();
     else
         Step(scanMode);
     lastPoll_ = now;
     shown_++;
-    lines_.pollsSince++;
+    fetched_.pollsSince++;
     return Word();
 }
 
-void StatusMachine::RgbLinesAsked(int lowestLine) {
-    lines_.asked = true;
-    lines_.complete |= lowestLine <= kCompleteLine;
-    lines_.pollsSince = 0;
-    lines_.lastAsked = clock_.Now();
-    lines_.lastAskedReal = clock_.RealNow();
+void StatusMachine::LinesAsked(Pass pass, int needed) {
+    if (Running() != pass)
+        return;
+    fetched_.asked = true;
+    fetched_.complete |= needed >= scanner::Info(pass).enough;
+    fetched_.pollsSince = 0;
+    fetched_.lastAsked = clock_.Now();
+    fetched_.lastAskedReal = clock_.RealNow();
 }
 
 bool StatusMachine::ReadyForCard() const {
     return stage_ == Stage::Idle && shown_ > 0 && (firstCard_ || Lasted(kBetweenCards));
 }
 
-void StatusMachine::DrawCard() {
+void StatusMachine::DrawCard(Behaviour behaviour) {
     firstCard_ = false;
-    rgbDone_ = 0;
+    behaviour_ = behaviour;
+    done_ = {};
     events_.Post("Card in");
     Enter(Stage::CardIn);
 }
 
 void StatusMachine::Cancel(const char *why) {
-    if (Scanning() && stage_ != Stage::End)
+    // A jammed card is being taken out already.
+    if (Scanning() && stage_ != Stage::End && stage_ != Stage::Jammed)
         EndScan(false, why);
 }
 
 void StatusMachine::Abandon(const char *why) {
     Cancel(why);
-    if (stage_ == Stage::End)
+    if (Scanning())
         CardOut();
 }
 
@@ -132,27 +135,70 @@ void StatusMachine::CheckHost() {
 
 uint16_t StatusMachine::Word() const { return Info(stage_).word; }
 
-int StatusMachine::RgbProgress() const {
-    if (stage_ != Stage::Rgb)
-        return rgbDone_;
+std::optional<Pass> StatusMachine::Running() const {
+    switch (stage_) {
+    case Stage::Rgb:
+        return Pass::Rgb;
+    case Stage::Ir:
+        return Pass::Ir;
+    case Stage::Last:
+        return lastPass_;
+    default:
+        return std::nullopt;
+    }
+}
+
+double StatusMachine::LinesPerSecond(Pass pass) const { return scanner::Info(pass).read / PassSeconds(pass); }
+
+int StatusMachine::LinesRead(Pass pass) const {
+    if (Running() != pass)
+        return done_[static_cast<size_t>(pass)];
+    const int all = behaviour_ == Behaviour::kJamming ? kJamLine : scanner::Info(pass).read;
     if (clock_.Instant())
-        return kScanLines;
-    const double lines = (clock_.Now() - since_) * kHeadLinesPerSecond;
-    return static_cast<int>(std::clamp(lines, 0.0, double{kScanLines}));
+        return all;
+    const double lines = (clock_.Now() - since_) * LinesPerSecond(pass);
+    return static_cast<int>(std::clamp(lines, 0.0, static_cast<double>(all)));
 }
 
-bool StatusMachine::RgbLineReady(int line) const {
-    if (stage_ == Stage::CardIn || stage_ == Stage::First)
-        return false;
-    return stage_ != Stage::Rgb || line >= kScanLines - RgbProgress();
+StatusMachine::Lines StatusMachine::LinesThere(Pass pass, int needed) {
+    if (needed <= LinesRead(pass))
+        return Lines::Ready;
+    if (AtJam() && pass == Pass::Rgb)
+        Jam();
+    if (stage_ == Stage::Jammed)
+        return Lines::Never;
+    const bool toCome = stage_ == Stage::CardIn || stage_ == Stage::First ||
+                        (Running() && (*Running() == pass || StageOf(*Running()) < StageOf(pass)));
+    return toCome ? Lines::Coming : Lines::Ready;
 }
 
-Clock::TimePoint StatusMachine::RgbLineMoment(int line) const {
-    if (stage_ != Stage::Rgb)
+Clock::TimePoint StatusMachine::LinesMoment(Pass pass, int needed) const {
+    if (Running() != pass)
         return Clock::TimePoint::max();
-    const int lines = kScanLines - std::clamp(line, 0, kScanLines - 1);
+    const int lines = behaviour_ == Behaviour::kJamming ? std::min(needed, kJamLine) : needed;
     constexpr auto kRoundingMargin = std::chrono::microseconds(100);
-    return clock_.Moment(since_ + lines / kHeadLinesPerSecond) + kRoundingMargin;
+    return clock_.Moment(since_ + lines / LinesPerSecond(pass)) + kRoundingMargin;
+}
+
+Stage StatusMachine::After(uint8_t scanMode) const {
+    switch (stage_) {
+    case Stage::CardIn:
+        return behaviour_ == Behaviour::kCleaning ? Stage::Cleaning : Stage::First;
+    case Stage::First:
+        return Stage::Rgb;
+    case Stage::Rgb:
+        return scanMode == kVisibleLightOnly ? Stage::End : Stage::Ir;
+    case Stage::Ir:
+        return Stage::Last;
+    case Stage::Last:
+    case Stage::Cleaning:
+        return Stage::End;
+    case Stage::End:
+    case Stage::Jammed:
+    case Stage::Idle:
+        break;
+    }
+    return Stage::Idle;
 }
 
 void StatusMachine::Enter(Stage stage) {
@@ -160,21 +206,25 @@ void StatusMachine::Enter(Stage stage) {
     stage_ = stage;
     since_ = clock_.Now();
     shown_ = 0;
-    lines_ = {false, false, 0, since_, 0};
+    fetched_ = {false, false, 0, since_, 0};
 }
 
 void StatusMachine::Step(uint8_t scanMode) {
     if (!Scanning() || !StageOver())
         return;
-    if (stage_ == Stage::Rgb)
-        rgbDone_ = kScanLines;
-    const Stage next = After(stage_, scanMode);
-    if (next == Stage::End)
+    if (const auto pass = Running())
+        Done(*pass) = scanner::Info(*pass).read;
+    const Stage next = After(scanMode);
+    if (stage_ == Stage::Cleaning)
+        EndScan(false, "cleaning card");
+    else if (next == Stage::End)
         EndScan(true, "");
     else if (next == Stage::Idle)
         CardOut();
     else
         Enter(next);
+    if (next == Stage::Cleaning)
+        events_.Post("Cleaning card");
 }
 
 bool StatusMachine::Lasted(double seconds) const {
@@ -184,19 +234,38 @@ bool StatusMachine::Lasted(double seconds) const {
 bool StatusMachine::StageOver() const {
     if (!Lasted(Info(stage_).seconds))
         return false;
-    if (stage_ != Stage::Rgb || lines_.complete)
+    if (stage_ == Stage::Cleaning)
+        return std::min(pauses_, shown_) >= kCleaningPauses || shown_ >= kCleaningPolls;
+    if (!Running() || fetched_.complete)
         return true;
     if (clock_.Instant())
-        return lines_.pollsSince >= kUninterestedPollsInstant;
-    return lines_.pollsSince >= kUninterestedPolls && clock_.Now() - lines_.lastAsked >= kUninterestedSeconds;
+        return fetched_.pollsSince >= kUninterestedPollsInstant;
+    return fetched_.pollsSince >= kUninterestedPolls &&
+           clock_.Now() - fetched_.lastAsked >= kUninterestedSeconds;
+}
+
+bool StatusMachine::AtJam() const {
+    return behaviour_ == Behaviour::kJamming && stage_ == Stage::Rgb && LinesRead(Pass::Rgb) >= kJamLine;
+}
+
+void StatusMachine::Jam() {
+    StopHead();
+    cancelled_++;
+    events_.Post(kJamEvent);
+    Enter(Stage::Jammed);
+}
+
+void StatusMachine::StopHead() {
+    if (const auto pass = Running())
+        Done(*pass) = LinesRead(*pass);
 }
 
 void StatusMachine::EndScan(bool finished, const char *why) {
-    rgbDone_ = RgbProgress();
     if (finished) {
         finished_++;
         events_.Post("Scan Done");
     } else {
+        StopHead();
         cancelled_++;
         log_.Line("scan cancelled in stage %s: %s", StageName(stage_), why);
     }

@@ -55,12 +55,12 @@ PositionRange WhereY(const ArtPath &path, PositionRange range, int64_t low, int6
             inside(DivideDown(path.y0 - low, -path.stepY) + 1)};
 }
 
-int Coverage(const Picture &art, int cornerRadius, int64_t x, int64_t y) {
+int Coverage(int width, int height, int cornerRadius, int64_t x, int64_t y) {
     const int64_t kFull = 256; // from here on in 1/256 pixels
     const auto filled = [kFull](int64_t v) { return std::clamp(v, int64_t{0}, kFull); };
     // Distances from the nearest edges, which lie half a pixel outside the middle of the outermost pixels.
-    const int64_t inX = std::min(x, (art.width - 1) * kOne - x) / 256 + kFull / 2;
-    const int64_t inY = std::min(y, (art.height - 1) * kOne - y) / 256 + kFull / 2;
+    const int64_t inX = std::min(x, (width - 1) * kOne - x) / 256 + kFull / 2;
+    const int64_t inY = std::min(y, (height - 1) * kOne - y) / 256 + kFull / 2;
     const int64_t radius = cornerRadius * kFull;
     if (inX > -kFull && inY > -kFull && inX < radius && inY < radius) {
         const int64_t dx = radius - inX, dy = radius - inY;

@@ -31,6 +31,6 @@ struct PositionRange {
 PositionRange WhereY(const ArtPath &path, PositionRange range, int64_t low, int64_t high);
 
 /// How much of a sensor position the card fills, 0 to 256: less than 256 at its edges and rounded corners.
-int Coverage(const Picture &art, int cornerRadius, int64_t x, int64_t y);
+int Coverage(int width, int height, int cornerRadius, int64_t x, int64_t y);
 
 } // namespace scanner

@@ -31,8 +31,9 @@ Placement PlaceCard(uint32_t seed, uint32_t scanNumber) {
 
 Scene MakeScene(const Card &card, const WhiteResponse &lamps, uint32_t seed, uint32_t scanNumber) {
     constexpr uint32_t kNoiseStream = 0x4E01u, kDustStream = 0xD057u;
+    const bool clean = card.traits.dust == Dust::kNone;
     return {&card, PlaceCard(seed, scanNumber), &lamps, Hash(Hash(seed, kNoiseStream), scanNumber),
-            Hash(seed, kDustStream) | 1u};
+            clean ? 0 : Hash(seed, kDustStream) | 1u};
 }
 
 } // namespace scanner

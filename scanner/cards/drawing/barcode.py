@@ -1,30 +1,46 @@
-"""Code 128 barcodes, code set B."""
+"""Barcodes as rows of modules. The symbols themselves are made by Debian's zint."""
 
-PATTERNS = """
-212222 222122 222221 121223 121322 131222 122213 122312 132212 221213 221312 231212 112232 122132 122231 113222
-123122 123221 223211 221132 221231 213212 223112 312131 311222 321122 321221 312212 322112 322211 212123 212321
-232121 111323 131123 131321 112313 132113 132311 211313 231113 231311 112133 112331 132131 113123 113321 133121
-313121 211331 231131 213113 213311 213131 311123 311321 331121 312113 312311 332111 314111 221411 431111 111224
-111422 121124 121421 141122 141221 112214 112412 122114 122411 142112 142211 241211 221114 413111 241112 134111
-111242 121142 121241 114212 124112 124211 411212 421112 421211 212141 214121 412121 111143 111341 131141 114113
-114311 411113 411311 113141 114131 311141 411131 211412 211214 211232 2331112
-""".split()
+import subprocess
 
-START_B, STOP = 104, 106
+
+def symbol(kind, words, *options):
+    """Rows of modules, 1 for a bar, of a symbol that zint knows by that name."""
+    escaped = "".join(c if " " <= c <= "~" and c != "\\" else "\\x%02X" % ord(c) for c in words)
+    dump = subprocess.run(["zint", "--dump", "--esc", "-b", kind, *options, "-d", escaped],
+                          check=True,
+                          capture_output=True,
+                          text=True).stdout
+    # Four modules a digit; every row ends with a bar, so what follows is padding.
+    rows = ["".join("{:04b}".format(int(digit, 16)) for digit in line if digit != " ") for line in dump.split("\n")]
+    return [[int(module) for module in row.rstrip("0")] for row in rows if row]
 
 
 def code128(words):
-    """Widths of bars and spaces, in modules, beginning with a bar."""
-    values = [START_B] + [ord(c) - 32 for c in words]
-    values.append((values[0] + sum(i * v for i, v in enumerate(values))) % 103)
-    values.append(STOP)
-    return [int(width) for value in values for width in PATTERNS[value]]
+    return symbol("CODE128B", words)
 
 
-def draw_code128(draw, x, y, module, height, words, colour):
-    """Returns the x behind the last bar."""
-    for i, width in enumerate(code128(words)):
-        if i % 2 == 0:
-            draw.rectangle((x, y, x + width * module - 1, y + height - 1), fill=colour)
-        x += width * module
-    return x
+def code39(words):
+    return symbol("CODE39", words)
+
+
+def pdf417(words, columns, security):
+    """Security is the level of error correction: each level doubles the codewords spent on it."""
+    return symbol("PDF417", words, "--cols=%d" % columns, "--secure=%d" % security)
+
+
+def draw_symbol(draw, x, y, rows, module, height, colour, upwards=False):
+    """Draws with bars of whole pixels; height is that of one row. Returns the width drawn along the rows.
+
+    Upwards turns the symbol by a quarter: it then begins at (x, y) as its lower left corner and reads upwards.
+    """
+    for k, row in enumerate(rows):
+        for i, bar in enumerate(row):
+            if not bar:
+                continue
+            along, across = i * module, k * height
+            if upwards:
+                box = (x + across, y - along - module + 1, x + across + height - 1, y - along)
+            else:
+                box = (x + along, y + across, x + along + module - 1, y + across + height - 1)
+            draw.rectangle(box, fill=colour)
+    return len(rows[0]) * module

@@ -55,6 +55,7 @@ def pick_stop(stops, t):
 
 class Ink:
     """A mask at several times the card's resolution, so that lines and shapes have smooth edges."""
+
     def __init__(self, size=(WIDTH, HEIGHT), scale=3):
         self.size, self.scale = size, scale
         self.mask = Image.new("L", (size[0] * scale, size[1] * scale), 0)
@@ -201,21 +202,47 @@ def coarser(picture, step):
     return picture.point([min(255, (v + step // 2) // step * step) for v in range(256)] * 3)
 
 
-def png_unfiltered(picture):
-    """A PNG file whose rows are stored as they are: for line work smaller than any prediction makes it."""
+def png(picture, filtered):
+    """A PNG file; rows stored as they are suit line work, which is smaller than any prediction makes it."""
+    if filtered:
+        file = io.BytesIO()
+        picture.save(file, "PNG", optimize=True)
+        return file.getvalue()
+
     def chunk(kind, data):
         return struct.pack(">I", len(data)) + kind + data + struct.pack(">I", zlib.crc32(kind + data))
 
     width, height = picture.size
+    colour_type = {"L": 0, "RGB": 2}[picture.mode]
     rows = picture.tobytes()
-    data = b"".join(b"\0" + rows[3 * width * y:3 * width * (y + 1)] for y in range(height))
-    return (b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", struct.pack(">IIBBBBB", width, height, 8, 2, 0, 0, 0)) +
+    stride = len(rows) // height
+    data = b"".join(b"\0" + rows[stride * y:stride * (y + 1)] for y in range(height))
+    return (b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", struct.pack(">IIBBBBB", width, height, 8, colour_type, 0, 0, 0)) +
             chunk(b"IDAT", zlib.compress(data, 9)) + chunk(b"IEND", b""))
 
 
+def few_colours(picture):
+    """The same picture with a table of colours where 256 are enough, else None."""
+    colours = picture.getcolors(256)
+    if not colours:
+        return None
+    table = sorted(colour for _, colour in colours)
+    if picture.mode == "L":
+        table = [(v, v, v) for v in table]
+        picture = picture.convert("RGB")
+    reduced = Image.new("P", (1, 1))
+    reduced.putpalette([v for colour in table for v in colour])
+    reduced = picture.quantize(palette=reduced, dither=Image.NONE)
+    return reduced if reduced.convert("RGB").tobytes() == picture.tobytes() else None
+
+
 def save(picture, path):
+    """Writes the smallest of several PNG files; each holds every pixel as it is."""
     path.parent.mkdir(parents=True, exist_ok=True)
-    picture = picture.convert("RGB")
-    usual = io.BytesIO()
-    picture.save(usual, "PNG", optimize=True)
-    path.write_bytes(min(usual.getvalue(), png_unfiltered(picture), key=len))
+    if picture.mode != "L":
+        picture = picture.convert("RGB")
+    files = [png(picture, True), png(picture, False)]
+    reduced = few_colours(picture)
+    if reduced:
+        files.append(png(reduced, True))
+    path.write_bytes(min(files, key=len))

@@ -5,7 +5,7 @@ import random
 
 from PIL import Image, ImageChops, ImageDraw, ImageFilter
 
-from .barcode import draw_code128
+from .barcode import code128, draw_symbol
 from .canvas import (BOLD, HEIGHT, MONO, MONO_BOLD, SANS, SERIF_BOLD, WIDTH, Ink, coarser, fine_print, font,
                      gradient, mix, shadow, spline, text, tint)
 from .portrait import BLACK_HAIRED, portrait
@@ -70,6 +70,7 @@ def bunting(card, start, end, sag, count, first):
 
 
 def lighthouse(card, x, y, size):
+
     def at(points):
         return [(x + px * size, y + py * size) for px, py in points]
 
@@ -110,6 +111,7 @@ def lighthouse(card, x, y, size):
 
 def swimmer(card, x, y, size, suit):
     """Doing the crawl: cap, arm and a wake."""
+
     def at(points):
         return [(x + px * size, y + py * size) for px, py in points]
 
@@ -311,7 +313,7 @@ def back():
         tint(card, (CORAL, SUN, SEA, PINK)[k], dot.finish())
         y = fine_print(card, (1208, y, 1752), rule, SANS, 26, NAVY, 36) + 56
 
-    draw_code128(draw, 134, 806, 5, 132, "HL02743MOV", (20, 24, 40))
+    draw_symbol(draw, 134, 806, code128("HL02743MOV"), 5, 132, (20, 24, 40))
     text(card, (520, 978), "HL-0274-3-MOV", MONO, 26, NAVY, anchor="ms", tracking=6)
     text(card, (1000, 858), "Harbour Light", SERIF_BOLD, 46, CORAL)
     fine_print(

@@ -1,178 +1,168 @@
 // Every command that the scanner knows: how long its reply is, what the reply holds, and what the scanner
-// remembers of it. And what becomes of commands that it does not know.
-#include "host.h"
-#include "scanner/optics/optics.h"
+// remembers of it. And the magnetic stripe: its tracks, read back by the rules that they are recorded by, and
+// its picture.
+#include "device_fixture.h"
 
-#include <gmock/gmock.h>
-
-#include <functional>
+#include <algorithm>
 #include <numeric>
 
 namespace {
 
 using namespace wire;
-
-struct CommandCase {
-    const char *name;
+constexpr int kRefused = -1;
+const struct {
     Fields fields;
-    size_t replyBytes; // 0: no reply
-    std::function<bool(const Bytes &reply, const VS_Observed &before, const VS_Observed &after)> holds;
+    int replyBytes; // 0: no reply
+    uint32_t VS_Observed::*counter = nullptr;
+} kCommands[] = {
+    {{0x00, 0, 0, 80, 1, 82, 0, 80}, 80, &VS_Observed::polls},
+    {LineFields(1, 2188, 12), 97920, &VS_Observed::rgbBlocks},
+    {LineFields(2, 100, 11), 29920, &VS_Observed::irBlocks},
+    {LineFields(3, 1194, 6), 24624, &VS_Observed::uvBlocks},
+    {{0x07, 0, 32, 32}, 256 + 28800, &VS_Observed::stripeReads},
+    {{0x07, 0, 0, 219}, kRefused}, // more than a packet holds
+    {{0x07, 0, 0, 0}, kRefused},
+    {{0x10, 2}, kRefused}, // nothing is loaded
+    {{0x10, 3}, 0, &VS_Observed::formats},
+    {{0x10, 4}, kRefused},
+    {{0x11, 0, 0, 0, 0, 0, 1, 256, 100}, 356, &VS_Observed::loopbacks},
+    {{0x11, 0, 0, 0, 0, 0, 1, 256, 196352}, 196608},
+    {{0x12, 0}, kRefused}, // no image
+    {{0x12, 1, 0, 0, 0, 0, 5, 256, 0, 256, {1, 2, 3, 4}}, kRefused},
+    {{0x12, 3, 0, 0, 0, 0, 1, 256, 0, 256, {1}}, kRefused},
+    {{0x13, 0, 0, 18908}, 19164},
+    {{0x13, 1, 0, 18900}, kRefused},
+    {{0x13, 2, 0, 18900, 0, 0, 0, 256, 0, 256, Bytes(20000)}, 0, &VS_Observed::calibrationWrites},
+    {{0x13, 1, 0, 18908, 0, 0, 0, 256, 0, 256, Bytes(20000)}, kRefused},
+    {{0x13, 1, 0, 18900, 0, 0, 0, 256, 0, 256, Bytes(18899)}, kRefused},
+    {{0x14}, 256, &VS_Observed::handshakes},
+    {{0x15}, 256},
+    {{0x16, 123}, 0},
+    {{0x17}, 256, &VS_Observed::closes},
+    {{0x18, 'r'}, 256},
+    {{0x18, 'x'}, kRefused},
+    {{0x19, 'w'}, 256, &VS_Observed::recordWrites},
+    {{0x1A}, 0, &VS_Observed::clears},
+    {{0x20}, 4352, &VS_Observed::trackReads},
+    {{0x60}, 256},
+    {{0x61}, 256},
+    {{0x61, 2}, kRefused},
+    {{0x65, 0, 7, 0, 0, 0, 0, 24}, 4352},
+    {{0x62, 1, 0, 0, 0, 0, 1370}, 256},
+    {{0x70}, 256},
+    {{0x72, 1}, 256},
+    {{0x72, 3, 0, 0, 0, 0, 5}, 256, &VS_Observed::mechTests},
+    {{0x73, 0, 0, 0, 8, 3}, 0}, // no such LED
+    {{0x75}, 0, &VS_Observed::resets},
+    {{0x79, 2}, 0},
+    {{0x78}, 256, &VS_Observed::guiScans},
+    {{0xE7}, kRefused, &VS_Observed::unknownCommands},
 };
-void PrintTo(const CommandCase &c, std::ostream *out) { *out << c.name; }
 
-bool Any(const Bytes &, const VS_Observed &, const VS_Observed &) { return true; }
-using B = const Bytes &;
-using O = const VS_Observed &;
-
-const CommandCase kCommands[] = {
-    {"status poll",
-     {0x00, 0, 0, 80, 1, 82, 0, 80},
-     80,
-     [](B r, O a, O b) {
-         return Word(r, 6) == 0 && b.polls == a.polls + 1 && b.pollLogin == 1 && b.pollScanMode == 82;
-     }},
-    {"RGB lines", RgbFields(2188, 12), 97920,
-     [](B r, O a, O b) { return Word(r, 8) == 2188 && b.rgbBlocks == a.rgbBlocks + 1; }},
-    {"one RGB line", RgbFields(0, 1), 8160, Any},
-    {"UV option", {0x0A, 1}, 256, [](B, O, O b) { return b.uvOption == 1; }},
-    {"calibration record", {0x13, 0, 0, 18908}, 19164, Any},
-    {"calibration write", {0x13, 1, 0, 18900}, 0, nullptr},
-    {"handshake", {0x14}, 256, [](B, O a, O b) { return b.handshakes == a.handshakes + 1; }},
-    {"event read", {0x15}, 256, [](B r, O, O) { return Text(r) == "Reset - Power on"; }},
-    {"close", {0x17}, 256, [](B, O a, O b) { return b.closes == a.closes + 1; }},
-    {"clear", {0x1A}, 0, [](B, O a, O b) { return b.clears == a.clears + 1; }},
-    {"login", {0x40, 2, 0, 0, 7}, 0, [](B, O, O b) { return b.loggedIn == 7; }},
-    {"login, other", {0x40, 1, 0, 0, 7}, 0, nullptr},
-    {"eject", {0x41}, 0, [](B, O a, O b) { return b.ejects == a.ejects + 1; }},
-    {"user LED", {0x42, 0, 0, 0, 4}, 0, [](B, O, O b) { return b.userLed == 4; }},
-    {"AFE read", {0x60, 0}, 256, Any},
-    {"AFE, other", {0x60, 9}, 0, nullptr},
-    {"last-scan mode",
-     {0x62, 1, 0, 0, 0, 0, 1370},
-     256,
-     [](B, O, O b) { return b.lastScanMode == 1 && b.lastScanLines == 1370; }},
-    {"second scan", {0x66, 1}, 256, [](B, O, O b) { return b.secondScan == 1; }},
-    {"mechanism state", {0x72, 1}, 256, [](B r, O, O) { return Word(r, 42) == 0; }},
-    {"mechanism test", {0x72, 3}, 0, nullptr},
-    {"debug LED", {0x73, 0, 0, 0, 7, 3}, 0, [](B, O, O b) { return b.leds[7] == 3; }},
-    {"debug LED beyond", {0x73, 0, 0, 0, 8, 3}, 0, [](B, O a, O b) { return b.userLed == a.userLed; }},
-    {"beep", {0x74, 0, 0, 0, 5}, 0, [](B, O a, O b) { return b.beeps == a.beeps + 1 && b.lastBeep == 5; }},
-    {"reset", {0x75}, 0, [](B, O a, O b) { return b.resets == a.resets + 1; }},
-    {"GUI scan", {0x78}, 256, [](B, O a, O b) { return b.guiScans == a.guiScans + 1; }},
-    {"device information", {0x7F}, 256, Any},
-    {"unknown", {0xE7}, 0, nullptr},
-};
-
-class Commands : public ScannerTest, public testing::WithParamInterface<CommandCase> {};
-
-TEST_P(Commands, AreAnsweredAsTheWireSays) {
-    const CommandCase &c = GetParam();
-    Host host;
-    ASSERT_EQ(host.status, 0u);
-    const VS_Observed before = Observed();
-    Bytes reply;
-    if (!c.holds) {
-        EXPECT_EQ(host.Send(c.fields), kStalled);
-        EXPECT_EQ(host.transferred, 0u);
-        EXPECT_EQ(host.Read(&reply), kStalled);
-        EXPECT_EQ(Observed().unknownCommands - before.unknownCommands, c.fields.code == 0xE7 ? 1u : 0u);
-        EXPECT_EQ(host.Exchange({0x14}).size(), 256u) << "the next command goes through";
-        return;
+TEST_F(DeviceTest, CommandsAreAnsweredAsTheWireSays) {
+    clock.SetSpeed(0);
+    for (const auto &c : kCommands) {
+        SCOPED_TRACE(c.fields.code);
+        const VS_Observed before = device.Observed();
+        Bytes reply;
+        const OutResult sent = Send(c.fields);
+        const InResult read = Read(&reply);
+        if (c.counter != nullptr)
+            EXPECT_EQ(device.Observed().*c.counter, before.*c.counter + 1);
+        if (c.replyBytes == kRefused) {
+            EXPECT_TRUE(sent == OutResult::Stall && read == InResult::Stall);
+            continue;
+        }
+        EXPECT_EQ(sent, OutResult::Ack);
+        EXPECT_EQ(read, c.replyBytes == 0 ? InResult::Nak : InResult::Data);
+        ASSERT_EQ(reply.size(), static_cast<size_t>(c.replyBytes));
+        EXPECT_TRUE(reply.empty() || (reply[2] == 0 && Dword(reply, 12) == sequence));
+        EXPECT_EQ(device.Observed().lastSequence, sequence);
+        // Cut short it is refused, and its fields are not guessed.
+        Fields cut = c.fields;
+        cut.data.clear();
+        for (const size_t size : {size_t{0}, size_t{23}, c.fields.size - 1}) {
+            cut.size = size;
+            EXPECT_EQ(Send(cut), OutResult::Stall) << size;
+        }
     }
-    ASSERT_EQ(host.Send(c.fields), 0u);
-    EXPECT_EQ(host.transferred, c.fields.size);
-    if (c.replyBytes == 0) {
-        EXPECT_EQ(host.Read(&reply, 256, 1), kTimeout);
-        EXPECT_EQ(host.transferred, 0u);
-    } else {
-        ASSERT_EQ(host.Read(&reply), 0u);
-        ASSERT_EQ(reply.size(), c.replyBytes);
-        EXPECT_EQ(reply[2], 0);
-        EXPECT_EQ(Dword(reply, 12), host.sequence);
-    }
-    EXPECT_EQ(Observed().lastSequence, host.sequence);
-    EXPECT_TRUE(c.holds(reply, before, Observed()));
-
-    // Cut short it is refused, and its fields are not guessed.
-    Fields cut = c.fields;
-    for (const size_t size : {size_t{0}, size_t{23}, cut.size - 1}) {
-        cut.size = size;
-        EXPECT_EQ(host.Send(cut), kStalled) << size;
-    }
-    EXPECT_EQ(Observed().unknownCommands, before.unknownCommands);
-}
-INSTANTIATE_TEST_SUITE_P(Scanner, Commands, testing::ValuesIn(kCommands));
-
-class CommandReplies : public ScannerTest {};
-
-TEST_F(CommandReplies, InformationFollowsTheIdentity) {
-    Host host;
-    VS_Identity factory;
-    VS_GetIdentity(&factory);
-    Bytes reply = host.Exchange({0x7F});
-    EXPECT_EQ((Bytes{reply.begin() + 16, reply.begin() + 19}), (Bytes{2, 3, 7}));
-    EXPECT_EQ(Dword(reply, 56), 274001u);
-
-    const VS_Identity other{0x11223344, 0x5566778899AABBCC, {1, 2, 3}, {4, 5}, 6, 7, 0};
-    VS_SetIdentity(&other);
-    reply = host.Exchange({0x7F});
-    Bytes expected(256);
-    expected[0] = 0x7F;
-    scanner::Put32(&expected[12], host.sequence);
-    expected[16] = 1, expected[17] = 2, expected[18] = 3;
-    scanner::Put16(&expected[26], 0x0405);
-    expected[28] = 6;
-    scanner::Put16(&expected[30], 112);
-    expected[34] = 7;
-    scanner::Put32(&expected[44], 0x99AABBCC);
-    scanner::Put32(&expected[52], 0x55667788);
-    scanner::Put32(&expected[56], 0x11223344);
-    EXPECT_EQ(reply, expected);
-
-    VS_Identity single = other;
-    single.serialNumber2 = 0;
-    VS_SetIdentity(&single);
-    EXPECT_EQ(Word(host.Exchange({0x7F}), 30), 0);
-    VS_SetIdentity(&factory);
+    EXPECT_EQ(device.Observed().whiteCardNumber, 123u);
 }
 
-TEST_F(CommandReplies, CalibrationRecordDescribesTheLampsUntilItIsSet) {
-    Host host;
-    const scanner::WhiteResponse lamps = scanner::LampResponse();
-    const auto data = [&host] {
-        const Bytes reply = host.Exchange({0x13, 0, 0, 18908});
-        return reply.size() == 19164 ? Bytes(reply.begin() + 256, reply.end()) : Bytes();
+TEST_F(DeviceTest, InformationAndCalibrationAreTheScanners) {
+    device.State().identity = {0x11223344, 0x5566778899AABBCC, {1, 2, 3}, {4, 5}, 6, 7, 0};
+    const Bytes reply = Exchange({0x7F});
+    EXPECT_EQ(Bytes(reply.begin() + 16, reply.begin() + 36),
+              (Bytes{1, 2, 3, 0, 0, 0, 0, 0, 0, 0, 5, 4, 6, 0, 112, 0, 0, 0, 7, 0}));
+    EXPECT_TRUE(Dword(reply, 44) == 0x99AABBCC && Dword(reply, 52) == 0x55667788 &&
+                Dword(reply, 56) == 0x11223344);
+    const Bytes record = Exchange({0x13, 0, 0, 18908});
+    const WhiteResponse lamps = LampResponse();
+    EXPECT_EQ(Dword(record, 256), 18900u);
+    EXPECT_EQ(Dword(record, 260), std::accumulate(lamps.begin(), lamps.end(), 0u));
+    EXPECT_TRUE(std::equal(record.begin() + 264, record.end(), lamps.begin(), lamps.end()));
+}
+
+TEST_F(DeviceTest, TracksAreDeliveredAsTheHeadReadsThem) {
+    clock.SetSpeed(0);
+    const struct {
+        size_t index;
+        Track track;
+        std::string bits; // from the start sentinel to the LRC
+    } kCases[] = {
+        {0, {"A", 7, TrackFault::kNone}, "1010001100001111111001101110"},
+        {2, {"A", 7, TrackFault::kParity}, "1010001100001011111001101110"},
+        {1, {"12", 5, TrackFault::kNone}, "1101010000010001111111100"},
+        {1, {"12", 5, TrackFault::kParity}, "1101010000010011111111100"},
+        {2, {"12", 5, TrackFault::kLrc}, "1101010000010001111101101"},
     };
-    const Bytes truth = data();
-    EXPECT_EQ(Dword(truth, 0), 18900u);
-    EXPECT_EQ(Dword(truth, 4), std::accumulate(lamps.begin(), lamps.end(), 0u));
-    EXPECT_TRUE(std::equal(truth.begin() + 8, truth.end(), lamps.begin(), lamps.end()));
-
-    const Bytes long_(20000, 9), short_(10, 5);
-    ASSERT_EQ(VS_SetCalibrationRecord(long_.data(), 20000), VS_OK);
-    EXPECT_EQ(data(), Bytes(18908, 9));
-    ASSERT_EQ(VS_SetCalibrationRecord(short_.data(), 10), VS_OK);
-    Bytes expected(18908);
-    std::fill_n(expected.begin(), 10, uint8_t{5});
-    EXPECT_EQ(data(), expected);
-    ASSERT_EQ(VS_SetCalibrationRecord(nullptr, 0), VS_OK);
-    EXPECT_EQ(data(), truth);
+    for (const auto &c : kCases) {
+        for (const bool backward : {false, true}) {
+            Traits traits;
+            traits.swipedBackward = backward;
+            traits.tracks[c.index] = c.track;
+            BringTo(0x0003, traits);
+            const Bytes data = Exchange({0x20});
+            for (const size_t i : {0u, 1u, 2u}) {
+                const uint8_t *block = &data.at(256 + 1024 * i);
+                const uint32_t count = Get32(block + 1020);
+                EXPECT_EQ(count, i != c.index ? 0u : i == 1 ? 253u : 708u);
+                std::string read;
+                for (uint32_t k = 0; k < count; k++)
+                    read += block[k] == 0 ? '1' : '0';
+                if (!backward) // the last bit comes first
+                    std::reverse(read.begin(), read.end());
+                // Zeros before and behind, enough for a head to find its pace; nothing behind the bits.
+                const size_t zeros = i == 1 ? 22 : 62;
+                EXPECT_TRUE(count == 0 || read == std::string(zeros, '0') + c.bits +
+                                                      std::string(count - zeros - c.bits.size(), '0'))
+                    << read;
+                EXPECT_EQ(std::count(block + count, block + 1020, 1), 1020 - count);
+            }
+            PollTo(0);
+        }
+    }
+    Send({0x1A});
+    EXPECT_EQ(Dword(Exchange({0x20}), 256 + 2048 + 1020), 0u) << "cleared";
 }
 
-TEST_F(CommandReplies, AfeRegistersAreWithinWhatHostsAccept) {
-    Host host;
-    uint16_t registers[26], factory[26];
-    Bytes reply = host.Exchange({0x60});
-    for (size_t k = 0; k < 26; k++) {
-        factory[k] = Word(reply, 24 + 2 * k);
-        EXPECT_LE(factory[k], 999) << k;
-        registers[k] = static_cast<uint16_t>(1000 + k);
+TEST_F(DeviceTest, StripePictureShowsADarkStripeBesideBrightPaper) {
+    clock.SetSpeed(0);
+    for (const bool stripe : {true, false}) {
+        BringTo(0x0003, {{}, false, stripe});
+        const Bytes image = Exchange({0x07, 0, 600, 41}); // one line more than there are
+        const auto mean = [&image](ptrdiff_t pixel, ptrdiff_t count) {
+            const auto from = image.begin() + 256 + pixel;
+            return std::accumulate(from, from + count, 0.0) / static_cast<double>(count);
+        };
+        EXPECT_NEAR(mean(50, 300), 150, 10);
+        EXPECT_NEAR(mean(550, 300), stripe ? 26 : 150, 10);
+        EXPECT_NEAR(mean(384, 2), 150, 20) << "the edge lies behind";
+        EXPECT_NEAR(mean(400, 2), stripe ? 26 : 150, 20) << "the edge lies before";
+        EXPECT_TRUE(mean(39 * 900, 900) > 0.5 && mean(39 * 900, 900) < 6) << "behind the card";
+        EXPECT_EQ(mean(40 * 900, 900), 0);
+        PollTo(0);
     }
-    VS_SetAfeRegisters(registers);
-    reply = host.Exchange({0x60});
-    for (size_t k = 0; k < 26; k++)
-        EXPECT_EQ(Word(reply, 24 + 2 * k), 1000 + k);
-    VS_SetAfeRegisters(factory);
 }
 
 } // namespace

@@ -6,12 +6,10 @@
 namespace wire {
 namespace {
 
-int32_t Attached(void *device, WDU_DEVICE *info, void *user) {
+int32_t Attached(void *device, WDU_DEVICE *, void *user) {
     auto *host = static_cast<Host *>(user);
     const std::lock_guard<std::mutex> lock(host->mutex);
     host->device = host->lastDevice = device;
-    host->info = *info;
-    host->interface = info->pActiveInterface[0]->pActiveAltSetting->Descriptor;
     host->attaches++;
     host->changed.notify_all();
     return host->accepts;
@@ -28,20 +26,11 @@ void Detached(void *device, void *user) {
 
 } // namespace
 
-Environment::Environment(const char *name, const char *value) : name_(name) {
-    const char *old = std::getenv(name);
-    old_ = old == nullptr ? "" : old;
-    Set(value);
-}
-
-void Environment::Set(const char *value) {
+void SetVariable(const char *name, const std::string &value) {
 #ifdef _WIN32
-    _putenv_s(name_.c_str(), value == nullptr ? "" : value);
+    _putenv_s(name, value.c_str());
 #else
-    if (value == nullptr)
-        unsetenv(name_.c_str());
-    else
-        setenv(name_.c_str(), value, 1);
+    value.empty() ? unsetenv(name) : setenv(name, value.c_str(), 1);
 #endif
 }
 
@@ -61,32 +50,24 @@ uint32_t Host::Send(const Fields &fields) {
                             &transferred, 999);
 }
 
-uint32_t Host::Read(Bytes *reply, uint32_t capacity, uint32_t timeoutMs) {
-    reply->assign(capacity, 0xEE);
+uint32_t Host::Read(Bytes *reply, uint32_t timeoutMs) {
+    constexpr uint32_t kRoom = scanner::kMaxReplyBytes;
+    reply->assign(kRoom, 0xEE);
     const uint32_t result =
-        WDU_TransferBulk(lastDevice, kIn, 1, 0, reply->data(), capacity, &transferred, timeoutMs);
-    reply->resize(std::min(transferred, capacity));
+        WDU_TransferBulk(lastDevice, kIn, 1, 0, reply->data(), kRoom, &transferred, timeoutMs);
+    reply->resize(std::min(transferred, kRoom));
     return result;
 }
 
 Bytes Host::Exchange(const Fields &fields) {
     Bytes reply;
-    if (Send(fields) != 0 || Read(&reply) != 0)
-        return {};
-    return reply;
-}
-
-void Host::DropEvents() {
-    while (!Event().empty()) {
-    }
+    return Send(fields) != 0 || Read(&reply) != 0 ? Bytes() : reply;
 }
 
 bool Host::PollFor(uint16_t bits, int polls) {
-    while (polls-- > 0) {
-        if ((Poll() & bits) == bits)
-            return true;
+    while (polls-- > 0 && (Poll() & bits) != bits) {
     }
-    return false;
+    return polls >= 0;
 }
 
 bool Host::WaitForNews(int attachCount, int detachCount) {
@@ -97,12 +78,12 @@ bool Host::WaitForNews(int attachCount, int detachCount) {
 }
 
 void ScannerTest::SetUp() {
+    SetVariable("K274_DEVICE", "virtual");
     VS_ClearFaults();
     VS_SetCards(nullptr);
     VS_SetSpeed(0);
     VS_SetSeed(1);
     VS_CloseDoor();
-    VS_PlugIn();
     VS_Unplug(); // what was on its way comes out
     VS_PlugIn();
 }
@@ -122,12 +103,6 @@ VS_Observed Observed() {
     VS_Observed observed;
     VS_GetObserved(&observed);
     return observed;
-}
-
-void Arm(uint32_t command, uint32_t direction, uint32_t action, uint32_t value, uint32_t first,
-         uint32_t count) {
-    const VS_Fault fault{command, direction, first, count, action, value};
-    ASSERT_EQ(VS_ArmFault(&fault), VS_OK);
 }
 
 } // namespace wire

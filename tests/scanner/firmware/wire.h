@@ -14,18 +14,29 @@ namespace wire {
 
 using Bytes = std::vector<uint8_t>;
 
-/// A command with the fields that a test sets; sent as its first `size` bytes.
+/// A command with the fields that a test sets; sent as its first `size` bytes, and further data.
 struct Fields {
     uint8_t code = 0, sub = 0;
     uint16_t word0 = 0, word1 = 0;
     uint8_t arg0 = 0, arg1 = 0;
     uint32_t dword0 = 0;
     size_t size = 256;
+    uint32_t dword1 = 0;
+    size_t dataAt = 256;
+    Bytes data{};
 };
 Bytes Packet(const Fields &fields, uint32_t sequence);
 inline Fields PollFields(uint8_t scanMode = 0) { return {0x00, 0, 0, 80, 1, scanMode, 0, 80}; }
-inline Fields RgbFields(int first, int lines) {
-    return {0x01, 0, static_cast<uint16_t>(first), static_cast<uint16_t>(lines), 0, 0, 0, 24};
+/// @param code  1 visible, 2 infrared, 3 ultraviolet
+inline Fields LineFields(int code, int first, int lines) {
+    return {static_cast<uint8_t>(code),
+            0,
+            static_cast<uint16_t>(first),
+            static_cast<uint16_t>(lines),
+            0,
+            0,
+            0,
+            24};
 }
 
 inline uint16_t Word(const Bytes &reply, size_t at) {
@@ -37,22 +48,23 @@ inline uint32_t Dword(const Bytes &reply, size_t at) {
 /// The event text of a reply.
 std::string Text(const Bytes &reply);
 
+constexpr int kWidth = 338, kHeight = 213, kDotsPerInch = 100; // of the cards that follow
+
 /// A plain card in memory.
-std::shared_ptr<const scanner::Card> PlainCard(uint8_t grey = 200);
+std::shared_ptr<const scanner::Card> PlainCard(const scanner::Traits &traits = {});
 
 /// A folder that is removed with everything in it.
 class TempFolder {
 public:
     TempFolder();
     ~TempFolder();
-    TempFolder(const TempFolder &) = delete;
-    TempFolder &operator=(const TempFolder &) = delete;
     std::string Path(const std::string &name = "") const { return (path_ / name).string(); }
-    /// Makes a folder that is a card.
+    /// Makes a folder that is a card. @param grey  of its front, less by 10 in the left half
     std::string AddCard(const std::string &name, uint8_t grey = 200) const;
 
 private:
     std::filesystem::path path_;
 };
+void WritePng(const std::string &path, uint8_t grey);
 
 } // namespace wire
