@@ -144,7 +144,6 @@ uint32_t VirtualDriver::ResetPipe(const void *device, uint32_t pipe) {
 }
 
 uint32_t VirtualDriver::ResetDevice(const void *device, uint32_t options) {
-    constexpr uint32_t kHardReset = 1, kCyclePort = 2;
     Lock lock(scanner_.mutex);
     const Status status = Check(device);
     if (status != kSuccess)

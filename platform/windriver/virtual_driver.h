@@ -2,8 +2,7 @@
 // its own, and takes the host's transfers to it, through the faults that tests have armed.
 #pragma once
 
-#include "platform/windriver/status.h"
-#include "platform/windriver/wdapi.h"
+#include "platform/windriver/backend.h"
 #include "scanner/firmware/scanner.h"
 
 #include <memory>
@@ -12,33 +11,17 @@
 
 namespace wdapi {
 
-constexpr uint32_t kOutPipe = 2, kInPipe = 0x81;
-
-class VirtualDriver : public std::enable_shared_from_this<VirtualDriver> {
+class VirtualDriver : public Backend, public std::enable_shared_from_this<VirtualDriver> {
 public:
     VirtualDriver(scanner::Scanner &scanner, const WDU_MATCH_TABLE *tables, uint32_t count,
                   const WDU_EVENT_TABLE &events);
 
-    /// Starts the driver's thread.
-    void Start();
-    /// Waits until the host has been told of a scanner that is there already, so that a host which sends
-    /// something at once finds it. Not for ever: the host's callback may want what the caller holds.
-    void AwaitFirstNews();
-    /// Ends transfers under way and the driver's thread. No callback runs after it has returned, and the
-    /// host, which is taking everything down, is not told of a detach.
-    void Stop();
-
-    struct Transfer {
-        uint32_t pipe;
-        bool read;
-        uint8_t *buffer;
-        uint32_t size;
-        uint32_t *transferred;
-        uint32_t timeoutMs; // 0: no limit
-    };
-    uint32_t Run(const void *device, const Transfer &transfer);
-    uint32_t ResetPipe(const void *device, uint32_t pipe);
-    uint32_t ResetDevice(const void *device, uint32_t options);
+    void Start() override;
+    void AwaitFirstNews() override;
+    void Stop() override;
+    uint32_t Run(const void *device, const Transfer &transfer) override;
+    uint32_t ResetPipe(const void *device, uint32_t pipe) override;
+    uint32_t ResetDevice(const void *device, uint32_t options) override;
 
 private:
     using Lock = std::unique_lock<std::mutex>;

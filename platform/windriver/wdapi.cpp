@@ -1,23 +1,21 @@
 // The driver library's functions: arguments are checked here, and the environment says which device answers.
 #include "platform/windriver/wdapi.h"
 
-#include "platform/windriver/virtual_driver.h"
+#include "platform/windriver/backends.h"
 
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <exception>
 #include <memory>
 #include <mutex>
 
 namespace {
 
-using wdapi::VirtualDriver;
+using wdapi::Backend;
 
 // The one open driver. Never destroyed: a host that exits without closing has threads in here until the end.
 struct OpenDriver {
     std::mutex mutex;
-    std::shared_ptr<VirtualDriver> driver;
+    std::shared_ptr<Backend> driver;
 };
 
 OpenDriver &Open() {
@@ -26,7 +24,7 @@ OpenDriver &Open() {
 }
 
 /// Transfers keep their driver alive while they run; null when none is open.
-std::shared_ptr<VirtualDriver> Driver() {
+std::shared_ptr<Backend> Driver() {
     const std::lock_guard<std::mutex> lock(Open().mutex);
     return Open().driver;
 }
@@ -36,30 +34,14 @@ uint32_t Refuse(const char *why) {
     return wdapi::kFailed;
 }
 
-bool DeviceIsKnown() {
-    const char *device = std::getenv("K274_DEVICE");
-    if (device != nullptr && std::strcmp(device, "virtual") == 0)
-        return true;
-    if (device == nullptr || device[0] == 0)
-        std::fprintf(stderr,
-                     "wdapi1140: K274_DEVICE is not set, which means usb, and this build has only the "
-                     "virtual scanner; set K274_DEVICE=virtual\n");
-    else
-        std::fprintf(stderr,
-                     "wdapi1140: K274_DEVICE=%s names no device of this build, which has only the "
-                     "virtual scanner; set K274_DEVICE=virtual\n",
-                     device);
-    return false;
-}
-
-uint32_t OpenVirtual(void **handle, const WDU_MATCH_TABLE *tables, uint32_t count,
+uint32_t OpenBackend(void **handle, const WDU_MATCH_TABLE *tables, uint32_t count,
                      const WDU_EVENT_TABLE &events) {
-    std::shared_ptr<VirtualDriver> driver;
+    std::shared_ptr<Backend> driver;
     {
         const std::lock_guard<std::mutex> lock(Open().mutex);
         if (Open().driver)
             return Refuse("the driver is open already; close it with WDU_Uninit first");
-        driver = std::make_shared<VirtualDriver>(scanner::TheScanner(), tables, count, events);
+        driver = wdapi::MakeBackend(tables, count, events);
         *handle = driver.get(); // before the first callback
         Open().driver = driver;
         try {
@@ -85,17 +67,15 @@ uint32_t WDU_Init(void **driver, WDU_MATCH_TABLE *matchTables, uint32_t matchCou
     *driver = nullptr;
     if (matchTables == nullptr || matchCount == 0 || events == nullptr)
         return wdapi::kInvalidParameter;
-    if (!DeviceIsKnown())
-        return wdapi::kFailed;
     try {
-        return OpenVirtual(driver, matchTables, matchCount, *events);
+        return OpenBackend(driver, matchTables, matchCount, *events);
     } catch (const std::exception &error) {
         return Refuse(error.what());
     }
 }
 
 void WDU_Uninit(void *driver) {
-    std::shared_ptr<VirtualDriver> closing;
+    std::shared_ptr<Backend> closing;
     {
         const std::lock_guard<std::mutex> lock(Open().mutex);
         if (driver == nullptr || Open().driver.get() != driver)
