@@ -21,6 +21,8 @@ std::vector<StepRow> AllRows() {
         rows.insert(rows.end(), pass.begin(), pass.end());
     rows.push_back({"whole scan", All<PlainRgbPass, PlainIrPass, PlainUvPass>, All<RgbPass, IrPass, UvPass>,
                     CopyRgbRaw, ">= 4 x plain, <= 16 copies of RGBr"});
+    const std::vector<StepRow> fine = HrRows();
+    rows.insert(rows.end(), fine.begin(), fine.end());
     return rows;
 }
 

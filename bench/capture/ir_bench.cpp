@@ -1,11 +1,11 @@
 // Steps of the infrared pass, with the barcode images that the scan makes while it runs.
 #include "bench/capture/step_table.h"
 
+#include "bench/literal/ir_uv.h"
+#include "bench/literal/rgb.h"
 #include "src/analysis/image_processor.h"
 #include "src/capture/ir_lines.h"
 #include "src/carddata/barcode_images.h"
-#include "tests/support/reference_ir_uv.h"
-#include "tests/support/reference_rgb.h"
 
 #include <benchmark/benchmark.h>
 

@@ -1,10 +1,10 @@
 // Steps of the visible-light pass.
 #include "bench/capture/step_table.h"
 
+#include "bench/literal/rgb.h"
 #include "src/analysis/image_processor.h"
 #include "src/capture/measure.h"
 #include "src/capture/rgb_lines.h"
-#include "tests/support/reference_rgb.h"
 
 #include <benchmark/benchmark.h>
 

@@ -26,6 +26,7 @@ void All() {
 std::vector<StepRow> RgbRows();
 std::vector<StepRow> IrRows();
 std::vector<StepRow> UvRows();
+std::vector<StepRow> HrRows();
 void PlainRgbPass();
 void RgbPass();
 void PlainIrPass();

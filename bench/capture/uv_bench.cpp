@@ -1,9 +1,9 @@
 // Steps of the ultraviolet pass.
 #include "bench/capture/step_table.h"
 
+#include "bench/literal/ir_uv.h"
 #include "src/analysis/image_processor.h"
 #include "src/capture/uv_lines.h"
-#include "tests/support/reference_ir_uv.h"
 
 #include <benchmark/benchmark.h>
 

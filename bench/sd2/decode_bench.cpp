@@ -1,9 +1,9 @@
 // How many barcodes of the standard set are read, and how long one decode takes: median and worst, also where
 // there is no code and where a dense code cannot be read. Then the stages that every decode pays for.
+#include "bench/frames/barcode_frames.h"
 #include "platform/sd2/edges.h"
 #include "platform/sd2/line_images.h"
 #include "platform/sd2/sd2.h"
-#include "tests/support/barcode_frames.h"
 
 #include <algorithm>
 #include <array>

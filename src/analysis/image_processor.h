@@ -5,6 +5,7 @@
 #include "src/common/geometry.h"
 #include "src/common/view.h"
 
+#include <atomic>
 #include <cstdint>
 
 namespace k274 {
@@ -24,8 +25,17 @@ struct ScanImages {
     ConstColourView uvr;
 };
 
+/// What a white card is for, and which way round it was put in.
+enum CardCode : char {
+    kFactory = 'F',
+    kFactoryReversed = 'f',
+    kCalibration = 'C',
+    kCalibrationReversed = 'V'
+};
+constexpr int32_t kMaintenanceClass = 1; ///< of the cards that calibrate or verify
+
 struct ImageProcessor {
-    int32_t cardCode = 0;    ///< 'F', 'f', 'C', 'V' as the white card's barcode says; 0 after another card
+    int32_t cardCode = 0;    ///< a CardCode as the white card's barcode says; 0 after another card
     int32_t cardClass = -1;  ///< -1 no white card, 0 a white card, else the class digit of its barcode
     int32_t cardVariant = 0; ///< third character of the barcode
     int32_t forwardRead = 0; ///< 1 when the barcode was read in the forward region
@@ -78,6 +88,13 @@ struct ImageProcessor {
     int32_t stepMaxima[kFtPlanes][2] = {};  ///< front, back
     int32_t ratios[kFtPlanes][3] = {};      ///< front, back, the larger
     int32_t profileScore = 0, streakScore = 0;
+
+    // The jitter test and its series of scores, under imageLock. Decoder threads restart the count.
+    static constexpr int kJitterSeries = 5;
+    int32_t jitterValue = 0, jitterMax = 0; ///< the largest of the series, -1 while it is incomplete
+    std::atomic<int32_t> jitterCount{0};
+    int32_t jitterSamples[kJitterSeries] = {}; ///< a ring
+    int32_t jitterDevice = 0;                  ///< serial number of the scanner that the series belongs to
 
     /// Scratch of the profiles, one row a table row.
     int32_t responseSums[kResponseTables][kSensorRows] = {};

@@ -1,11 +1,13 @@
 // Every global object of the library, in the order in which they are built at load. None has anything to
 // release at unload, so that a thread which outlives the unloading host finds them whole.
+#include "src/analysis/calibration.h"
 #include "src/analysis/image_processor.h"
 #include "src/api/image_set.h"
 #include "src/api/settings.h"
 #include "src/capture/ccd_pix.h"
 #include "src/capture/line_buffers.h"
-#include "src/carddata/sd_version.h"
+#include "src/capture/merge.h"
+#include "src/carddata/barcode.h"
 #include "src/common/locks.h"
 #include "src/common/state.h"
 #include "src/link/attach.h"
@@ -13,7 +15,6 @@
 #include "src/link/transport.h"
 #include "src/log/log.h"
 #include "src/scan/monitor.h"
-#include "src/tiff/scan_state.h"
 
 namespace k274 {
 
@@ -23,12 +24,20 @@ std::mutex recordLock, imageLock;
 State state;
 DeviceLink deviceLink;
 Monitor monitor;
-BarcodeLibrary barcodeLibrary;
+BarcodeState barcode;
 ContrastTable contrastTable;
 uint8_t RGBr[kSensorRows * kRgbColumns * 3];
 uint8_t RGBc[kSensorRows * kRgbColumns * 3];
+uint8_t IRr[kSensorRows * kIrColumns];
+uint8_t IRc[kSensorRows * kIrColumns];
+uint8_t UVr[kUvLines * kUvPixels * 3];
+uint8_t UVc[kUvLines * kUvPixels * 3];
+uint8_t MSIr[K274_MSIR_HEIGHT * K274_MSIR_WIDTH];
+uint8_t RED0[kSensorRows * kRgbColumns];
+uint8_t RED1[kSensorRows * kRgbColumns];
+MergeHistory mergeHistory;
 ResponseTable CcdRawResp, CcdCorResp;
-uint8_t scanHeader[kScanHeaderBytes];
+Calibration calibration;
 
 // Objects that are built, in this order.
 CcdPix ccdPix;

@@ -2,6 +2,7 @@
 
 #include "platform/os/os.h"
 #include "src/api/settings.h"
+#include "src/carddata/barcode.h"
 #include "src/link/session.h"
 #include "src/link/transport.h"
 #include "src/log/log.h"
@@ -39,7 +40,7 @@ bool Move(Life from, Life to) {
 }
 
 int32_t OpenSession() {
-    BuildHeader(ScanMetadata{}, {os::CalendarSeconds(), os::Now()}, scanHeader);
+    ResetScanHeader();
     os::SleepMs(100);
     log.Open();
     settings.FixPath();
@@ -81,6 +82,7 @@ void StopLibrary() {
         life = Life::Closing;
     }
     StopMonitor();
+    DrawBarcodeTicket(); // decoders that are still at work are abandoned
     CloseSession();
     Move(Life::Closing, Life::Closed);
 }

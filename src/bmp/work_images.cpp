@@ -2,6 +2,8 @@
 #include "src/bmp/work_images.h"
 
 #include "src/bmp/bmp.h"
+#include "src/capture/line_buffers.h"
+#include "src/carddata/barcode.h"
 #include "src/common/geometry.h"
 
 namespace k274 {
@@ -67,6 +69,13 @@ void SaveWorkImage(const WorkImages &images, uint16_t selector) {
     for (const GreyDump &dump : kGreyDumps)
         if (dump.selector == selector)
             WriteBmp8(images.*dump.image, dump.path);
+}
+
+void DumpWorkImage(uint16_t selector) {
+    std::lock_guard guard(barcode.lock); // a decoder may be building its image
+    SaveWorkImage({RawColour(), CorrectedColour(), RawUltraviolet(), CorrectedUltraviolet(), RawInfrared(),
+                   CorrectedInfrared(), Red0(), Red1(), RawStripe()},
+                  selector);
 }
 
 } // namespace k274

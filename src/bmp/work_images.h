@@ -18,4 +18,7 @@ void MarkBackHalf(const WorkImages &images);
 /// 13 RED0, 14 RED1, 21 IRr, 22 IRc, 31 UVr, 32 UVc. Failures are not told.
 void SaveWorkImage(const WorkImages &images, uint16_t selector);
 
+/// The same with the images of the last scan. Takes the barcode lock.
+void DumpWorkImage(uint16_t selector);
+
 } // namespace k274

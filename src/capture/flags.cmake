@@ -1,5 +1,6 @@
 # The loops over whole images: everything that the compiler can vectorise counts here.
 set_source_files_properties(
+    ${CMAKE_CURRENT_LIST_DIR}/hires.cpp
     ${CMAKE_CURRENT_LIST_DIR}/ir_destripe.cpp
     ${CMAKE_CURRENT_LIST_DIR}/ir_store.cpp
     ${CMAKE_CURRENT_LIST_DIR}/red_contrast.cpp

@@ -1,19 +1,39 @@
-// The fixed, process-wide buffers of the line transfer. Written by the monitor thread alone.
+// The fixed, process-wide buffers of the line transfer and the views that give them their geometry. Written
+// by the monitor thread alone; RED0, RED1 and IRc under the barcode lock, since decoders copy them.
 #pragma once
 
+#include "include/k274.h"
 #include "src/capture/rgb_lines.h"
 #include "src/common/geometry.h"
 #include "src/common/view.h"
 
 namespace k274 {
 
-/// Raw colour image: one row per sensor position, one column per scan line.
+/// Visible light: one row per sensor position, one column per scan line. The raw image, and a copy of it
+/// made after the pass and corrected.
 extern uint8_t RGBr[kSensorRows * kRgbColumns * 3];
-/// Corrected colour image: a copy of RGBr made after the pass, then corrected.
 extern uint8_t RGBc[kSensorRows * kRgbColumns * 3];
+/// Infrared, laid out alike.
+extern uint8_t IRr[kSensorRows * kIrColumns];
+extern uint8_t IRc[kSensorRows * kIrColumns];
+/// Ultraviolet: one row per scan line.
+extern uint8_t UVr[kUvLines * kUvPixels * 3];
+extern uint8_t UVc[kUvLines * kUvPixels * 3];
+/// The stripe in infrared light.
+extern uint8_t MSIr[K274_MSIR_HEIGHT * K274_MSIR_WIDTH];
+/// The barcode images: the red channel of RGBc; the same with more contrast, or the infrared image.
+extern uint8_t RED0[kSensorRows * kRgbColumns];
+extern uint8_t RED1[kSensorRows * kRgbColumns];
 
 inline ColourView RawColour() { return {RGBr, kSensorRows, kRgbColumns}; }
 inline ColourView CorrectedColour() { return {RGBc, kSensorRows, kRgbColumns}; }
+inline GreyView RawInfrared() { return {IRr, kSensorRows, kIrColumns}; }
+inline GreyView CorrectedInfrared() { return {IRc, kSensorRows, kIrColumns}; }
+inline ColourView RawUltraviolet() { return {UVr, kUvLines, kUvPixels}; }
+inline ColourView CorrectedUltraviolet() { return {UVc, kUvLines, kUvPixels}; }
+inline GreyView RawStripe() { return {MSIr, K274_MSIR_HEIGHT, K274_MSIR_WIDTH}; }
+inline GreyView Red0() { return {RED0, kSensorRows, kRgbColumns}; }
+inline GreyView Red1() { return {RED1, kSensorRows, kRgbColumns}; }
 
 /// Contrast of the red-channel barcode image; built when the session starts.
 extern ContrastTable contrastTable;

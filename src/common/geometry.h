@@ -21,6 +21,7 @@ constexpr int kIrLinesPerPacket = 11;
 constexpr int kUvLines = 1200;
 constexpr int kUvPixels = 1368;
 constexpr int kUvLinesPerPacket = 6;
+constexpr int kUvLineBytes = 3 * kUvPixels;
 
 constexpr int kResponseTables = 7;
 constexpr int kResponseBytes = kResponseTables * kSensorRows;

@@ -1,7 +1,8 @@
 #include "src/link/session.h"
 
 #include "src/capture/line_buffers.h"
-#include "src/carddata/sd_version.h"
+#include "src/carddata/barcode.h"
+#include "src/common/locks.h"
 #include "src/link/attach.h"
 #include "src/link/transport.h"
 #include "src/log/log.h"
@@ -44,9 +45,21 @@ void DeviceSession::Reset() {
 
 void DeviceSession::Close() { DriverUninit(); }
 
+void DeviceSession::ClearMagnetic() {
+    std::lock_guard guard(recordLock);
+    for (MagneticTrack &track : magnetic.tracks) {
+        const uint8_t error = track.error;
+        track = {};
+        track.error = error;
+    }
+}
+
 void DeviceSession::ClearCapture() {
-    rgbOk = false;
+    rgbOk = irOk = uvOk = false;
+    std::memset(MSIr, kRestingValue, sizeof MSIr);
     std::memset(RGBr, kRestingValue, sizeof RGBr);
+    std::memset(IRr, kRestingValue, sizeof IRr);
+    std::memset(UVr, kRestingValue, sizeof UVr);
 }
 
 } // namespace k274

@@ -75,6 +75,16 @@ void Log::Defer(const char *text) {
     CopyText(slots_[slot], kSlotSize, text);
 }
 
+void Log::Post(const char *text) {
+    Defer(text);
+    os::SleepMs(strnlen(text, 4) <= 3 ? 10 : 20);
+}
+
+void Log::DeferDecoder(DecoderSlot slot, const char *text) {
+    std::lock_guard guard(slotLock_);
+    CopyText(slots_[static_cast<int>(slot)], kSlotSize, text);
+}
+
 void Log::FlushDeferred() {
     for (auto &slot : slots_) {
         char text[kSlotSize];

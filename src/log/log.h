@@ -32,6 +32,11 @@ public:
     /// Leaves a text of another thread for the monitor thread to write: slots 3, 4, then 5, which is
     /// replaced when all are full.
     void Defer(const char *text);
+    /// Defers the text and waits a little, so that a run of texts finds the slots emptied.
+    void Post(const char *text);
+    /// A barcode decoder's result, which replaces the one before.
+    enum class DecoderSlot { First = 0, Second = 1 };
+    void DeferDecoder(DecoderSlot slot, const char *text);
     /// Writes and empties the deferred slots.
     void FlushDeferred();
 
@@ -46,7 +51,7 @@ private:
     int32_t lineCounter_ = 0;
 
     static constexpr int kSlots = 5;
-    static constexpr int kFirstHostSlot = 2; // slots 1 and 2 belong to the barcode decoder
+    static constexpr int kFirstHostSlot = 2; // behind the decoders' two
     std::mutex slotLock_;
     char slots_[kSlots][kSlotSize] = {};
 };

@@ -2,6 +2,7 @@
 
 #include "src/common/locks.h"
 #include "src/common/state.h"
+#include "src/link/session.h"
 #include "src/link/transport.h"
 #include "src/maint/rig.h"
 
@@ -50,8 +51,59 @@ void PostUserLed(int32_t value) { Post(state.ledRequest, value); }
 void PostUserBeep(uint8_t value) { Post(state.beepRequest, value); }
 void PostEject() { Post(state.ejectRequest, 0); }
 
-bool ReadAfeRegisters(AfeRegisters &registers) {
-    CmdPkt packet(command::kAfeRegisters);
+void SetLeds(uint8_t a, uint8_t b, uint8_t c) {
+    CmdPkt packet(command::kLeds);
+    packet.arg0 = a;
+    packet.arg1 = b;
+    packet.arg2 = c;
+    DeviceGuard guard(deviceLock);
+    transport.SendCmd(packet);
+    transport.ReadPacketHdr(packet);
+}
+
+void GuiLedAging(uint8_t mode) {
+    CmdPkt packet(command::kLedAging, mode);
+    transport.SendCmd(packet);
+}
+
+void MechTest(uint8_t test, uint32_t first, uint32_t second) {
+    CmdPkt packet(command::kMechanism, test);
+    packet.SetDword0(first);
+    packet.SetDword1(second);
+    DeviceGuard guard(deviceLock);
+    transport.SendCmd(packet);
+    transport.ReadPacketHdr(packet);
+}
+
+int32_t ExchangeParameters(K274_Parameters &block, uint8_t mode) {
+    constexpr uint32_t kWriteMark = 500;
+    constexpr int32_t kFailed = -1;
+    constexpr int kFields = 11;
+    if (mode == kWriteParameters && block.fields[10] != kWriteMark)
+        return kFailed;
+    CmdPkt packet(command::kParameters, mode);
+    for (int i = 0; i < kFields; ++i)
+        Store32(packet.payload + 4 * i, block.fields[i]);
+    {
+        std::unique_lock lock(deviceLock, std::try_to_lock);
+        if (!lock || !FwCmd(packet))
+            return kFailed;
+    }
+    for (int i = 0; i < kFields; ++i)
+        block.fields[i] = Load32(packet.payload + 4 * i);
+    if (mode == kReadBlock) {
+        std::lock_guard guard(recordLock);
+        session.metadata.parameter0 = block.fields[0];
+        session.metadata.parameter1 = block.fields[1];
+        session.metadata.parameter3 = block.fields[3];
+    }
+    return 0;
+}
+
+bool ExchangeAfe(AfeRegisters &registers, uint8_t mode) {
+    CmdPkt packet(command::kAfeRegisters, mode);
+    for (int i = 0; i < kAfeWords; ++i)
+        Store16(packet.payload + 2 * i, registers.words[i]);
     {
         DeviceGuard guard(deviceLock);
         if (!FwCmd(packet))
@@ -59,7 +111,20 @@ bool ReadAfeRegisters(AfeRegisters &registers) {
     }
     for (int i = 0; i < kAfeWords; ++i)
         registers.words[i] = Load16(packet.payload + 2 * i);
+    std::lock_guard guard(recordLock);
+    session.afe = registers;
     return true;
+}
+
+bool ReadAfeRegisters(AfeRegisters &registers) {
+    registers = {};
+    return ExchangeAfe(registers, kReadBlock);
+}
+
+bool AfeRegs(AfeRegisters &registers, uint8_t mode) {
+    const bool exchanged = ExchangeAfe(registers, mode);
+    os::SleepMs(80);
+    return exchanged;
 }
 
 } // namespace k274

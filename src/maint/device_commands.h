@@ -1,6 +1,8 @@
 // Small commands to the scanner that the host and the scan send alike.
 #pragma once
 
+#include "include/k274.h"
+
 #include <cstdint>
 
 namespace k274 {
@@ -19,12 +21,28 @@ void PostUserLed(int32_t value);
 void PostUserBeep(uint8_t value);
 void PostEject();
 
+// Workshop commands; the aging command alone takes no device lock.
+void SetLeds(uint8_t a, uint8_t b, uint8_t c);
+void GuiLedAging(uint8_t mode);
+void MechTest(uint8_t test, uint32_t first, uint32_t second);
+
+constexpr uint8_t kReadBlock = 0, kWriteParameters = 1, kWriteAfe = 2;
+
+/// Exchanges the parameter block; mode kReadBlock keeps the words that a scan header tells. Never waits for
+/// the device lock.
+/// @return 0, or -1 with an untouched block
+int32_t ExchangeParameters(K274_Parameters &block, uint8_t mode);
+
 constexpr int kAfeWords = 26;
 struct AfeRegisters {
     uint16_t words[kAfeWords];
 };
 
-/// Reads the AFE register block. Takes the device lock.
+/// Exchanges the AFE register block; the session keeps the scanner's answer. Takes the device lock.
+/// @return false, with untouched registers, when the exchange failed
+bool ExchangeAfe(AfeRegisters &registers, uint8_t mode);
 bool ReadAfeRegisters(AfeRegisters &registers);
+/// ExchangeAfe, and the time that the scanner takes to settle.
+bool AfeRegs(AfeRegisters &registers, uint8_t mode);
 
 } // namespace k274

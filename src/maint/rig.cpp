@@ -2,6 +2,7 @@
 
 #include "platform/labjack/labjackud.h"
 #include "platform/os/os.h"
+#include "src/common/text.h"
 #include "src/log/log.h"
 
 #include <atomic>
@@ -58,6 +59,17 @@ void LabJackSet(int32_t channel, int32_t action) {
     default:
         break;
     }
+}
+
+void LabJack(int32_t channel, int32_t action) {
+    // On the rig's first line 0 is on.
+    if (channel == 0 && action == kRigLow)
+        log.Write(Format("LabJack %d,%d - ON --------", channel, action));
+    else if (channel == 0 && action == kRigHigh)
+        log.Write(Format("LabJack %d,%d - OFF", channel, action));
+    else
+        log.Write(Format("LabJack %d,.%d", channel, action));
+    LabJackSet(channel, action);
 }
 
 } // namespace k274

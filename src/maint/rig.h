@@ -22,4 +22,7 @@ void LabJackOpen();
 /// Sets one line; other actions than the four do nothing. Any thread.
 void LabJackSet(int32_t channel, int32_t action);
 
+/// The same for a host, with a line in the log.
+void LabJack(int32_t channel, int32_t action);
+
 } // namespace k274

@@ -12,6 +12,7 @@ namespace {
 
 uint32_t SendRequest(const LineChannel &channel, int index, uint16_t lines) {
     CmdPkt request(channel.code);
+    request.status = channel.status;
     request.word0 = static_cast<uint16_t>(index);
     request.word1 = lines;
     return transport.SendCmdHeader(request);
@@ -23,6 +24,17 @@ void Recover() {
     transport.ResetDevice();
 }
 
+bool Send(const LineChannel &channel, int index) {
+    constexpr int kAttempts = 2;
+    for (int attempt = 1; attempt <= kAttempts; ++attempt) {
+        if (SendRequest(channel, index, channel.linesPerPacket) == 0)
+            return true;
+        if (attempt <= channel.recoveries)
+            Recover();
+    }
+    return false;
+}
+
 bool ReadPixels(const LineChannel &channel) {
     return transport.ReadImgPkt(transport.imagePacketBuffer, channel.packetBytes) == kComplete;
 }
@@ -30,23 +42,20 @@ bool ReadPixels(const LineChannel &channel) {
 } // namespace
 
 bool FetchLinePacket(const LineChannel &channel, int index) {
-    if (SendRequest(channel, index, channel.linesPerPacket) != 0) {
-        Recover();
-        if (SendRequest(channel, index, channel.linesPerPacket) != 0) {
-            log.Usb(Format("Xfr%s USB SendCmd err", channel.name));
-            return false;
-        }
+    if (!Send(channel, index)) {
+        log.Usb(Format("Xfr%s USB SendCmd err", channel.name));
+        return false;
     }
     if (ReadPixels(channel))
         return true;
     Recover();
     SendRequest(channel, index, channel.linesPerPacket);
     if (ReadPixels(channel)) {
-        log.Usb(Format("Xfr%s USB ReadImgPkt retry OK, ln %d left", channel.name, index));
+        log.Usb(Format("Xfr%s USB ReadImgPkt retry OK, ln %d%s", channel.name, index, channel.lineEnd));
         return true;
     }
     PostUserBeep(0);
-    log.Usb(Format("Xfr%s USB ReadImgPkt retry FAIL, ln %d left", channel.name, index));
+    log.Usb(Format("Xfr%s USB ReadImgPkt retry FAIL, ln %d%s", channel.name, index, channel.lineEnd));
     return false;
 }
 

@@ -3,10 +3,13 @@
 #include "platform/os/os.h"
 #include "src/common/locks.h"
 #include "src/common/state.h"
+#include "src/link/attach.h"
 #include "src/link/transport.h"
 #include "src/log/log.h"
 #include "src/maint/rig.h"
+#include "src/maint/usb_test.h"
 #include "src/scan/notify.h"
+#include "src/scan/resend.h"
 #include "src/scan/sequence.h"
 #include "src/scan/startup.h"
 #include "src/scan/status.h"
@@ -66,6 +69,10 @@ void Start() {
 // One pass of the loop; returns the wait before the next one.
 uint32_t Pass() {
     monitor.uptime = static_cast<double>(os::CalendarSeconds() - monitor.startTime);
+    if (state.firmwareHoldOff > 0)
+        --state.firmwareHoldOff;
+    if (UsbTestRuns())
+        return kPassIntervalMs;
     if (state.guiScanRequest) {
         SendGuiScan();
         return 0;
@@ -82,6 +89,10 @@ uint32_t Pass() {
         LabJackSet(kRigScan, kRigHigh);
         ScanSequence();
         LabJackSet(kRigScan, kRigLow);
+    } else if (state.resendRequest) {
+        if (deviceLink.online && !state.cleared)
+            ResendLastScan();
+        state.resendRequest = 0;
     }
     log.FlushDeferred();
     return kPassIntervalMs;

@@ -13,6 +13,7 @@
 #include "src/maint/device_commands.h"
 #include "src/scan/line_transfer.h"
 #include "src/scan/status.h"
+#include "src/scan/white_card.h"
 
 #include <cstring>
 
@@ -24,7 +25,6 @@ constexpr int kFirstIndex = 2200; // the counter runs down from here
 constexpr int kLastFullIndex = kRgbLinesPerPacket + 100;
 constexpr int kPassIndex = 2 * kRgbLinesPerPacket + 200; // the pass counts as whole when it came this far
 constexpr int kPreset = 1;                               // of columns that never arrive
-constexpr int kPacePackets = 4;                          // distance that is kept from the scanning head
 
 // Waits when the host has come close to the scanning head.
 void Pace(int index) {
@@ -50,10 +50,26 @@ PassEnd FetchLines() {
         Pace(pass.index);
         log.FlushDeferred();
         ++pass.packets;
-        if (pass.index < kLastFullIndex || !Running() || state.statusWord & kStatusEnd)
+        // A re-send fetches lines of a scan that has ended.
+        const bool ended = state.statusWord & kStatusEnd && !state.resendRequest;
+        if (pass.index < kLastFullIndex || !Running() || ended)
             break;
     }
     return pass;
+}
+
+// The corrected image is the raw one with its gains, or a plain copy; either way in one pass. A reversed
+// white card has a correction of its own; one whose barcode is not read keeps the kind of the white card
+// before.
+void Correct(bool recognised) {
+    const int32_t kind = imageProcessor.cardCode;
+    const bool reversed = kind == kFactoryReversed || kind == kCalibrationReversed;
+    if (settings.illumination[0] && !reversed)
+        RgbIllumGain(RawColour(), ccdPix.fixRgb, CorrectedColour());
+    else
+        CopyImage(RawColour(), CorrectedColour());
+    if (recognised && reversed)
+        RgbWccGain(static_cast<char>(kind), ccdPix.fixRgb, CorrectedColour());
 }
 
 void CutImages() {
@@ -78,12 +94,10 @@ bool XfrRgb() {
     session.rgbLevels = RgbLevels(RawColour());
     log.Image(Format("%05d, RGB  xfr %d lines, %03d, %03d", scan, kRgbLinesPerPacket * pass.packets,
                      session.rgbLevels.front, session.rgbLevels.back));
-    imageProcessor.WhiteTest(RawColour());
-    // The corrected image is the raw one with its gains, or a plain copy; either way in one pass.
-    if (settings.illumination[0])
-        RgbIllumGain(RawColour(), ccdPix.fixRgb, CorrectedColour());
-    else
-        CopyImage(RawColour(), CorrectedColour());
+    const bool recognised = imageProcessor.WhiteTest(RawColour()) == 0 && RecogniseWhiteCard();
+    Correct(recognised);
+    if (recognised)
+        LogWhiteCard();
 
     session.rgbOk = pass.index <= kPassIndex;
     if (session.rgbOk) {

@@ -1,21 +1,31 @@
 #include "src/scan/sequence.h"
 
+#include "src/analysis/calibration.h"
 #include "src/analysis/image_processor.h"
+#include "src/analysis/jitter.h"
 #include "src/api/options.h"
 #include "src/api/settings.h"
 #include "src/capture/ccd_load.h"
 #include "src/capture/ccd_pix.h"
 #include "src/capture/line_buffers.h"
+#include "src/carddata/barcode.h"
+#include "src/carddata/magstripe.h"
 #include "src/common/locks.h"
 #include "src/common/state.h"
+#include "src/common/text.h"
 #include "src/link/session.h"
 #include "src/log/log.h"
 #include "src/maint/rig.h"
+#include "src/scan/analysis_step.h"
+#include "src/scan/hires_pass.h"
 #include "src/scan/line_transfer.h"
 #include "src/scan/monitor.h"
 #include "src/scan/notify.h"
 #include "src/scan/status.h"
+#include "src/scan/stripe_marker.h"
 #include "src/scan/wait.h"
+#include "src/scan/white_card.h"
+#include "src/tiff/scan_state.h"
 
 namespace k274 {
 
@@ -41,8 +51,21 @@ bool NotCancelledByEvent() {
     return !monitor.cancelled;
 }
 
+// Ends a scan whose transfer failed. A lost scanner's failed poll has every bit and so counts as a jam here;
+// the link state tells of it.
+bool EndTransfer(const char *jam, const char *error) {
+    if (static_cast<uint32_t>(PollStatus()) & kStatusJam) {
+        log.Image(jam);
+    } else {
+        SetScanState(K274_STATE_CANCELLED);
+        log.Image(error);
+    }
+    return false;
+}
+
 void Prepare() {
     monitor.cancelled = false;
+    state.irProgress = -1;
     settings.LoadSettings();
     session.ClearCapture();
     {
@@ -66,26 +89,41 @@ bool AwaitFirstStage() {
     return Cancel("EV_CANCEL - Timeout");
 }
 
+void TakeStripe() {
+    {
+        DeviceGuard guard(deviceLock);
+        SecondScan(settings.irEnhance ? 0 : 1);
+        XfrMS();
+    }
+    // Written by this thread alone, so that it reads without the lock.
+    const MagneticRecord &magnetic = session.magnetic;
+    log.Image(Format("%05d, MS%s %d:%d:%d", state.scanCounter + 1, StripeMark(magnetic),
+                     magnetic.tracks[0].count, magnetic.tracks[1].count, magnetic.tracks[2].count));
+    SetScanState(K274_STATE_STRIPE_TAKEN);
+    LabJackSet(kRigScan, kRigLow);
+    ForgetPdf();
+    LabJackSet(kRigScan, kRigHigh);
+}
+
 bool TransferRgb() {
     bool transferred;
     {
         DeviceGuard guard(deviceLock);
         transferred = XfrRgb();
+        AfeRegisters current; // the session keeps them for the calibration
+        if (imageProcessor.cardClass == kMaintenanceClass)
+            ReadAfeRegisters(current);
     }
-    if (transferred)
-        return true;
-    // A lost scanner's failed poll has every bit and so counts as a jam here; the link state tells of it.
-    if (static_cast<uint32_t>(PollStatus()) & kStatusJam) {
-        log.Image("EV_CANCEL - Card jam during XfrRGB");
-        return false;
-    }
-    SetScanState(K274_STATE_CANCELLED);
-    log.Image("EV_CANCEL - Error during XfrRGB");
-    return false;
+    if (!transferred)
+        return EndTransfer("EV_CANCEL - Card jam during XfrRGB", "EV_CANCEL - Error during XfrRGB");
+    SetScanState(K274_STATE_RGB_DONE);
+    LabJackSet(kRigScan, kRigLow);
+    return true;
 }
 
 void Measure() {
     session.measure = MeasureCard(RawColour());
+    ShowCardWidth(static_cast<uint32_t>(session.measure.width));
     PublishMeasure();
     SetScanState(K274_STATE_CARD_MEASURED);
     if (imageProcessor.cardClass >= 0)
@@ -97,27 +135,107 @@ void FinishRgbOnly() {
     WaitForStatus(kStatusEnd, true);
     ++state.scanCounter;
     SetScanState(K274_STATE_COMPLETE);
+    if (imageProcessor.cardClass == kMaintenanceClass) {
+        Verify(imageProcessor.cardVariant);
+        AnalyseScan();
+        SetScanState(imageProcessor.forwardRead ? K274_STATE_CALIBRATION_FWD : K274_STATE_CALIBRATION_REV);
+    }
     if (RgbLengthCheck(RawColour()).mismatch)
         SetScanState(K274_STATE_LENGTH_MISMATCH);
 }
 
+bool TransferInfrared() {
+    state.irProgress = 0;
+    bool transferred;
+    {
+        DeviceGuard guard(deviceLock);
+        transferred = XfrIR();
+    }
+    if (!transferred)
+        return Cancel("EV_CANCEL - Timeout waiting for XfrIR");
+    WriteStripeMarker();
+    CheckDust();
+    state.irProgress = 1;
+    SetScanState(K274_STATE_IR_DONE);
+    LabJackSet(kRigScan, kRigHigh);
+    return true;
+}
+
+bool TransferUltraviolet() {
+    bool transferred;
+    {
+        DeviceGuard guard(deviceLock);
+        transferred = XfrUV();
+    }
+    if (!transferred)
+        return EndTransfer("EV_CANCEL - Card jam during XfrUV", "EV_CANCEL - Error during XfrUV");
+    AnalyseUltraviolet();
+    return true;
+}
+
+// What did arrive is processed in any case.
+bool TransferShortHires() {
+    DeviceGuard guard(deviceLock);
+    const bool transferred = Xfr12S();
+    Process1200S();
+    return transferred;
+}
+
+void CaptureFullHires() {
+    const int scan = state.scanCounter + 1;
+    log.Image(Format("%05d, 1100 bpi...", scan));
+    Capture1200F();
+    log.Image(Format("%05d, 1100 bpi done", scan));
+}
+
+bool TransferLast() {
+    switch (state.lastScanMode) {
+    case kLastScanUltraviolet:
+        return TransferUltraviolet();
+    case kLastScanShortHires:
+        return TransferShortHires() || Cancel("EV_CANCEL - Timeout waiting for XfrUV");
+    case kLastScanFullHires:
+        CaptureFullHires();
+        return true;
+    default:
+        return true;
+    }
+}
+
 void CheckLength() {
-    const LengthResult rgb = RgbLengthCheck(RawColour());
+    LengthResults &length = session.length;
+    if (state.lastScanMode == kLastScanUltraviolet) {
+        length = LengthCheck(RawColour(), RawInfrared(), RawUltraviolet());
+    } else {
+        const LengthResult rgb = RgbLengthCheck(RawColour());
+        length.rgb = rgb.deviation;
+        length.mismatch = rgb.mismatch;
+    }
     {
         std::lock_guard guard(recordLock);
-        session.status.rgbDeviation = rgb.deviation;
+        session.status.rgbDeviation = length.rgb;
+        session.status.irDeviation = length.ir;
+        session.status.uvDeviation = length.uv;
     }
-    if (rgb.mismatch)
+    if (length.mismatch)
         SetScanState(K274_STATE_LENGTH_MISMATCH);
 }
 
-// The rest of a scan of all passes: follows the scanner through them to its end.
+bool JitterCardWasScanned() {
+    std::lock_guard guard(barcode.lock);
+    return IsJitterCard(barcode.record);
+}
+
+// The rest of a scan of all passes.
 void FinishFull() {
-    if (!Await(STE_SCAN_IR, false, "EV_CANCEL - Timeout waiting for STE_SCAN_IR") || !NotCancelledByEvent())
+    if (!Await(STE_SCAN_IR, false, "EV_CANCEL - Timeout waiting for STE_SCAN_IR") || !NotCancelledByEvent() ||
+        !TransferInfrared())
         return;
-    LabJackSet(kRigScan, kRigHigh);
-    if (!Await(STE_SCAN_LST, true, "EV_CANCEL - Timeout waiting for STE_SCAN_LST") || !NotCancelledByEvent())
+    if (!Await(STE_SCAN_LST, true, "EV_CANCEL - Timeout waiting for STE_SCAN_LST") ||
+        !NotCancelledByEvent() || !TransferLast())
         return;
+    StampScanTime();
+    SetScanState(K274_STATE_LAST_DONE);
     LabJackSet(kRigScan, kRigLow);
     if (!Await(0, true, "EV_CANCEL - Timeout waiting for DONE"))
         return;
@@ -126,6 +244,9 @@ void FinishFull() {
     ++state.scanCounter;
     CheckLength();
     SetScanState(K274_STATE_COMPLETE);
+    FactoryVerify();
+    if (JitterCardWasScanned() || state.jitterCheck == 1)
+        SetScanState(K274_STATE_JITTER_CARD);
 }
 
 } // namespace
@@ -133,15 +254,16 @@ void FinishFull() {
 void ScanSequence() {
     Prepare();
     SetScanState(K274_STATE_SCAN_STARTED);
+    ClearBarcode();
     if (!AwaitFirstStage())
         return;
-    SecondScan(settings.irEnhance ? 0 : 1);
+    TakeStripe();
     if (!Await(STE_SCAN_RGB, false, "EV_CANCEL - Timeout waiting for STE_SCAN_RGB"))
         return;
     if (!TransferRgb())
         return;
-    SetScanState(K274_STATE_RGB_DONE);
-    LabJackSet(kRigScan, kRigLow);
+    if (barcode.enabled == 1)
+        StartBarcodeDecode();
     Measure();
     if (state.scanMode == kScanModeRgbOnly)
         FinishRgbOnly();

@@ -1,7 +1,7 @@
 #include "src/scan/startup.h"
 
 #include "src/capture/ccd_load.h"
-#include "src/carddata/sd_version.h"
+#include "src/carddata/barcode.h"
 #include "src/common/locks.h"
 #include "src/common/state.h"
 #include "src/common/text.h"
@@ -9,6 +9,7 @@
 #include "src/link/transport.h"
 #include "src/log/log.h"
 #include "src/maint/device_commands.h"
+#include "src/maint/programming.h"
 #include "src/scan/notify.h"
 
 #include <algorithm>
@@ -40,7 +41,7 @@ constexpr size_t kSerialOffset = 56;
 
 int32_t Number(const uint8_t (&version)[3]) { return version[0] << 16 | version[1] << 8 | version[2]; }
 
-void CheckBarcodeLibrary(const BarcodeLibrary &found) {
+void CheckBarcodeLibrary(const DecoderVersion &found) {
     if (found.major == kExpectedBarcodeMajor && found.minor == kExpectedBarcodeMinor)
         return;
     log.Write(Format("Barcode ver error, is: %d.%d SB: %d.%d", found.major, found.minor,
@@ -68,22 +69,32 @@ FixedText<128> VersionLine(const char *label, const uint8_t (&version)[3]) {
     return Format("init,    %s ver %d.%d.%d", label, version[0], version[1], version[2]);
 }
 
+void UpgradeFirmware() {
+    const uint8_t *version = kLibraryFirmwareVersion;
+    if (const int32_t holdOff = state.firmwareHoldOff) {
+        log.Write(Format("fwver,   Firmware recently updated, tmr = %d", holdOff));
+        return;
+    }
+    ProgramFirmware(nullptr);
+    RaiseScanState(K274_STATE_FIRMWARE_UPGRADE);
+    log.Write(Format("fwver,   Forced firmware update to ver %d.%d.%d", version[0], version[1], version[2]));
+}
+
 void CompareFirmware(const uint8_t (&firmware)[3]) {
     if (Number(firmware) == Number(kLibraryFirmwareVersion))
         return;
     const uint8_t *is = firmware;
     const uint8_t *shouldBe = kLibraryFirmwareVersion;
+    if (Number(firmware) < Number(kLibraryFirmwareVersion) && state.autoFwUpgrade) {
+        UpgradeFirmware();
+        return;
+    }
     RaiseScanState(K274_STATE_FIRMWARE_DIFFERS);
     log.Write(Format("fwver,   Firmware ver error, is: %d.%d.%d SB: %d.%d.%d", is[0], is[1], is[2],
                      shouldBe[0], shouldBe[1], shouldBe[2]));
 }
 
-BarcodeLibrary FoundBarcodeLibrary() {
-    std::lock_guard guard(recordLock);
-    return barcodeLibrary;
-}
-
-void CheckVersions(const BarcodeLibrary &found) {
+void CheckVersions(const DecoderVersion &found) {
     {
         std::lock_guard guard(recordLock);
         std::copy(std::begin(kLibraryVersion), std::end(kLibraryVersion), session.version.library);
@@ -106,7 +117,7 @@ void CheckVersions(const BarcodeLibrary &found) {
 } // namespace
 
 void StartupChecks() {
-    const BarcodeLibrary found = FoundBarcodeLibrary();
+    const DecoderVersion found = BarcodeLibraryVersion();
     CheckBarcodeLibrary(found);
     CheckAfeRegisters();
     CheckVersions(found);
@@ -141,10 +152,31 @@ bool ReadVersion() {
     return true;
 }
 
+bool SyncFirmware() {
+    constexpr uint8_t kState = 1;
+    constexpr size_t kFlagsOffset = 42;
+    constexpr uint16_t kWantsFirmware = 0x10;
+    constexpr uint16_t kProgramming = 3;
+    CmdPkt packet(command::kMechanism, kState);
+    transport.SendCmd(packet);
+    transport.ReadPacketHdr(packet);
+    if (!(packet.Word(kFlagsOffset) & kWantsFirmware)) {
+        StartupChecks();
+        return false;
+    }
+    // Written by the polling thread alone, which this is.
+    if (session.status.device17 == kProgramming)
+        return false;
+    log.Write("fwupg,   Syncing firmware to DLL's version...");
+    ProgFlash(nullptr);
+    return true;
+}
+
 void HandleReset() {
     SetScanStateUnlocked(K274_STATE_DEVICE_RESET);
     ReadVersion();
     LoadCcdTables();
+    SyncFirmware();
 }
 
 } // namespace k274

@@ -11,8 +11,13 @@ void StartupChecks();
 /// device lock.
 bool ReadVersion();
 
-/// The scanner says that it has been reset: tells the host, reads versions and tables again. Part of a poll,
-/// so the device lock is held.
+/// After a reset: programs the carried firmware into a scanner that asks for it, and otherwise makes the
+/// checks of the start. The caller holds the device lock.
+/// @return whether programming was started
+bool SyncFirmware();
+
+/// The scanner says that it has been reset: tells the host, reads versions and tables again, brings the
+/// firmware up to date. Part of a poll, so the device lock is held.
 void HandleReset();
 
 } // namespace k274

@@ -15,6 +15,9 @@ constexpr uint32_t kPollIntervalMs = 10;
 } // namespace
 
 int32_t WaitForStatus(uint32_t mask, bool acceptIdle) {
+    // A scan that begins while the host's request for the last one is posted runs without waiting.
+    if (state.resendRequest)
+        return 0;
     int counter = 0;
     for (;;) {
         const int polls = counter++;

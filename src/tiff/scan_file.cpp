@@ -25,9 +25,7 @@ size_t AssembleScanFile(const uint8_t (&header)[kScanHeaderBytes], const ScanCon
     return end;
 }
 
-SaveResult SaveScanFile(const char *path, const uint8_t (&header)[kScanHeaderBytes],
-                        const ScanContents &contents, ScanVariant variant, ScanFileBuffer &file) {
-    const size_t size = AssembleScanFile(header, contents, variant, file);
+SaveResult WriteScanFile(const char *path, const ScanFileBuffer &file, size_t size) {
     switch (os::WriteWholeFile(path, file, size)) {
     case os::FileWrite::Done:
         return kSaved;

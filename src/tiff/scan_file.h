@@ -16,8 +16,7 @@ enum SaveResult : int32_t { kSaved = 0, kNotCreated = -1, kNotComplete = -2 };
 size_t AssembleScanFile(const uint8_t (&header)[kScanHeaderBytes], const ScanContents &contents,
                         ScanVariant variant, ScanFileBuffer &file);
 
-/// Assembles the file and writes it. A file of that name stays as it was unless all went well.
-SaveResult SaveScanFile(const char *path, const uint8_t (&header)[kScanHeaderBytes],
-                        const ScanContents &contents, ScanVariant variant, ScanFileBuffer &file);
+/// Writes an assembled file. A file of that name stays as it was unless all went well.
+SaveResult WriteScanFile(const char *path, const ScanFileBuffer &file, size_t size);
 
 } // namespace k274

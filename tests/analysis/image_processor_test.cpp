@@ -1,135 +1,129 @@
-// White-card test and response profiles.
+// White-card test, response profiles of the three passes, and dust.
 #include "src/analysis/image_processor.h"
 
-#include "tests/support/reference_rgb.h"
-#include "tests/support/rgb_images.h"
+#include "bench/literal/ir_uv.h"
+#include "bench/literal/rgb.h"
+#include "tests/support/images.h"
 
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <memory>
+#include <tuple>
 
 namespace k274 {
 namespace {
 
 class ImageProcessorTest : public testing::Test {
 protected:
+    void SetUp() override { std::memset(tables_.get(), 99, 4 * sizeof(ResponseTable)); }
+    void ExpectLiteral() {
+        EXPECT_EQ(std::memcmp(raw_, literalRaw_, sizeof raw_), 0);
+        EXPECT_EQ(std::memcmp(corrected_, literalCorrected_, sizeof corrected_), 0);
+    }
+
     std::unique_ptr<ImageProcessor> owned_ = std::make_unique<ImageProcessor>();
     ImageProcessor &processor_ = *owned_;
+    std::unique_ptr<ResponseTable[]> tables_ = std::make_unique<ResponseTable[]>(4);
+    ResponseTable &raw_ = tables_[0], &corrected_ = tables_[1], &literalRaw_ = tables_[2],
+                  &literalCorrected_ = tables_[3];
+};
 
-    // Runs the test and holds it to the plain loops.
-    int32_t WhiteTest(ColourImage &image) {
+TEST_F(ImageProcessorTest, WhiteCardByDarkSamplesAndMeans) {
+    const std::tuple<const char *, uint8_t, int, int, int, int, bool> cases[] = {
+        {"white", 200, 0, 0, 0, 1, true},
+        {"just bright enough", 80, 0, 0, 0, 1, true},
+        {"too dark a mean", 79, 0, 0, 0, 1, false},
+        {"dark at once", 10, 0, 0, 0, 1, false},
+        {"25 and 50 dark samples", 200, 25, 0, 50, 1, true},
+        {"50 and 25", 200, 50, 2, 25, 2, true},
+        {"25 and 51", 200, 25, 0, 51, 1, false},
+        {"26 on both sides", 200, 26, 0, 26, 1, false},
+        {"channels not looked at", 200, 100, 1, 100, 0, true},
+    };
+    for (const auto &[name, brightness, frontDark, frontChannel, backDark, backChannel, white] : cases) {
+        SCOPED_TRACE(name);
+        ColourImage image(brightness);
+        for (int i = 0; i < frontDark; i++)
+            image.At(150 + 8 * (i / 100), 650 + 10 * (i % 100))[frontChannel] = 63;
+        for (int i = 0; i < backDark; i++)
+            image.At(1500 + 8 * (i / 100), 650 + 10 * (i % 100))[backChannel] = 63;
+        processor_.cardClass = 7;
+        processor_.cardCode = 'C';
+        processor_.cardVariant = 'S';
+        EXPECT_EQ(processor_.WhiteTest(image.View()), white ? 0 : -1);
+        EXPECT_EQ(processor_.cardClass, white ? 0 : -1);
+        EXPECT_EQ(processor_.cardCode, white ? 'C' : 0) << "only an ordinary card clears it";
+        EXPECT_EQ(processor_.cardVariant, 0);
         const reference::WhiteCounts expected = reference::WhiteTest(image.View());
-        const int32_t result = processor_.WhiteTest(image.View());
-        EXPECT_EQ(result, expected.white ? 0 : -1);
+        EXPECT_EQ(expected.white, white);
         for (int side = 0; side < 2; side++) {
             EXPECT_EQ(processor_.whiteSamples[side], expected.samples[side]);
             EXPECT_EQ(processor_.whiteDark[side], expected.dark[side]);
             EXPECT_EQ(processor_.whiteMean[side], expected.mean[side]);
         }
-        return result;
-    }
-};
-
-// Darkens one channel of so many samples of a side.
-void Darken(ColourImage &image, int side, int samples, int channel) {
-    for (int i = 0; i < samples; i++)
-        image.At((side == 0 ? 150 : 1500) + 8 * (i / 100), 650 + 10 * (i % 100))[channel] = 63;
-}
-
-TEST_F(ImageProcessorTest, WhiteCardByDarkSamplesAndMeans) {
-    const struct {
-        const char *name;
-        uint8_t brightness;
-        int frontDark, backDark;
-        bool white;
-    } cases[] = {
-        {"white", 200, 0, 0, true},
-        {"just bright enough", 80, 0, 0, true},
-        {"too dark a mean", 79, 0, 0, false},
-        {"25 and 50 dark samples", 200, 25, 50, true},
-        {"50 and 25", 200, 50, 25, true},
-        {"25 and 51", 200, 25, 51, false},
-        {"26 on both sides", 200, 26, 26, false},
-    };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.name);
-        ColourImage image(c.brightness);
-        Darken(image, 0, c.frontDark, 0);
-        Darken(image, 1, c.backDark, 1);
-        processor_.cardClass = 7;
-        processor_.cardCode = 'C';
-        processor_.cardVariant = 'S';
-        processor_.cardNumber = 123;
-        EXPECT_EQ(WhiteTest(image), c.white ? 0 : -1);
-        EXPECT_EQ(processor_.cardClass, c.white ? 0 : -1);
-        EXPECT_EQ(processor_.cardCode, c.white ? 'C' : 0) << "only an ordinary card clears it";
-        EXPECT_EQ(processor_.cardVariant, 0);
-        EXPECT_EQ(processor_.cardNumber, 123);
     }
 }
 
-TEST_F(ImageProcessorTest, WhiteTestLooksAtBlueAndRedInFrontAndGreenAndRedBehind) {
-    ColourImage image(200);
-    Darken(image, 0, 100, 1);
-    Darken(image, 1, 100, 0);
-    EXPECT_EQ(WhiteTest(image), 0);
-    Darken(image, 0, 60, 2);
-    Darken(image, 1, 60, 2);
-    EXPECT_EQ(WhiteTest(image), -1);
-}
-
-TEST_F(ImageProcessorTest, DarkCardsEndTheCountEarly) {
-    ColourImage image(10);
-    EXPECT_EQ(WhiteTest(image), -1);
-    EXPECT_EQ(processor_.whiteDark[0], 300) << "three rows of 100";
-    EXPECT_EQ(processor_.whiteSamples[1], 600);
-    EXPECT_EQ(processor_.whiteMean[0], 10);
-}
-
-TEST_F(ImageProcessorTest, ProfilesEqualThePlainLoops) {
-    auto tables = std::make_unique<ResponseTable[]>(2);
-    ResponseTable &table = tables[0], &expected = tables[1];
-    ColourImage image;
-    FillRandom(image.bytes, 6);
+TEST_F(ImageProcessorTest, VisibleProfilesEqualTheLiteralLoops) {
+    ColourImage image = ColourImage().Randomize(6);
     // The card's leading edge at several columns, and none at all.
     for (const int edge : {60, 61, 200, 319, 400}) {
         for (const int row : {100, 200})
             for (int column = 0; column < 400; column++)
                 *image.At(row, column) = column >= edge || (row == 100 && column % 3 == 0) ? 25 : 24;
-        std::memset(table, 99, sizeof table);
-        std::memset(expected, 99, sizeof expected);
-        processor_.RgbResp(image.View(), table);
-        reference::RgbResp(image.View(), expected);
-        EXPECT_EQ(std::memcmp(table, expected, sizeof table), 0) << edge;
-        processor_.RgbCorResp(image.View(), table);
-        reference::RgbCorResp(image.View(), expected);
-        EXPECT_EQ(std::memcmp(table, expected, sizeof table), 0) << edge;
+        processor_.RgbResp(image.View(), raw_);
+        reference::RgbResp(image.View(), literalRaw_);
+        processor_.RgbCorResp(image.View(), corrected_);
+        reference::RgbCorResp(image.View(), literalCorrected_);
+        ExpectLiteral();
     }
 }
 
-TEST_F(ImageProcessorTest, ProfileRowsAndColours) {
-    auto tables = std::make_unique<ResponseTable[]>(2);
-    ResponseTable &raw = tables[0], &corrected = tables[1];
-    ColourImage image(0);
-    for (int row = 1000; row < kSensorRows; row++)
-        for (int column = 0; column < kRgbColumns; column++)
-            for (int channel = 0; channel < 3; channel++)
-                image.At(row, column)[channel] = static_cast<uint8_t>(100 + 50 * channel);
-    processor_.RgbResp(image.View(), raw);
-    processor_.RgbCorResp(image.View(), corrected);
-    for (int k = 0; k < 3; k++) {
-        const int level = 100 + 50 * k;
-        EXPECT_EQ(raw[k][998], 0);
-        EXPECT_EQ(raw[k][999], level / 4) << "smoothed over three rows";
-        EXPECT_EQ(raw[k][1000], level * 3 / 4);
-        EXPECT_EQ(raw[k][1001], level);
-        EXPECT_EQ(raw[k][2699], level);
-        EXPECT_EQ(corrected[2 - k][999], 0);
-        EXPECT_EQ(corrected[2 - k][1000], level);
+TEST_F(ImageProcessorTest, InfraredAndUltravioletProfilesEqualTheLiteralLoops) {
+    GreyImage irr = GreyImage().Randomize(12), irc = GreyImage().Randomize(13);
+    processor_.IrResp(irr.View(), irc.View(), raw_, corrected_);
+    reference::IrResp(irr.View(), irc.View(), literalRaw_, literalCorrected_);
+    ExpectLiteral();
+    EXPECT_EQ(raw_[3][0], 99) << "the ends stay";
+
+    ColourImage uvr = UvImage().Randomize(14), uvc = UvImage().Randomize(15);
+    const std::tuple<int, int, int, float> cases[] = {{50, -1, 100, 1.0F},
+                                                      {120, 1, 120, 1.2F},
+                                                      {199, 19, 999, 9.99F},
+                                                      {200, 20, 120, 1.0F},
+                                                      {60, 0, 99, 1.0F}};
+    for (const auto &[edge, cardClass, cardNumber, gain] : cases) {
+        SCOPED_TRACE(edge);
+        for (int line = 0; line < 250; line++)
+            for (const int pixel : {100, 200}) // before the edge never both
+                *uvr.At(line, pixel) = line >= edge || line % 3 == pixel / 100 ? 16 : 15;
+        processor_.cardClass = cardClass;
+        processor_.cardNumber = cardNumber;
+        processor_.UvResp(uvr.View(), uvc.View(), raw_, corrected_);
+        reference::UvResp(uvr.View(), uvc.View(), gain, literalRaw_, literalCorrected_);
+        ExpectLiteral();
     }
-    EXPECT_EQ(raw[3][1500], 0);
-    EXPECT_EQ(corrected[3][1500], 0);
+    EXPECT_EQ(raw_[6][1349], 99);
+}
+
+TEST_F(ImageProcessorTest, DustIsDimNotBlack) {
+    ColourImage rgbr(24);
+    GreyImage irr(2);
+    EXPECT_EQ(processor_.DustCheck(rgbr.View(), irr.View()), 0);
+    // Fifty samples of 3 exceed the sum, of which 33 do not.
+    for (const int row : {79, 80, 1124, 1125, 1399, 1400, 2499, 2500})
+        for (int column = 50; column < 100; column++)
+            rgbr.At(row, column)[1] = 3;
+    for (int column = 50; column < 100; column++) {
+        rgbr.At(90, column)[2] = column < 83 ? 3 : 2;
+        *irr.At(90, column) = column == 50 || column == 99 ? 23 : column < 70 ? 3 : 24;
+    }
+    EXPECT_EQ(processor_.DustCheck(rgbr.View(), irr.View()), 4);
+    const int32_t expected[4] = {0, 4, 0, 1};
+    EXPECT_TRUE(std::equal(expected, expected + 4, processor_.dustPerChannel));
+    rgbr.Fill(0, kSensorRows - 1, 50, 99, 23);
+    EXPECT_EQ(processor_.DustCheck(rgbr.View(), irr.View()), 255) << "no more than a byte holds";
 }
 
 } // namespace

@@ -4,15 +4,11 @@
 #include "tests/support/library_fixture.h"
 
 #include <fstream>
+#include <tuple>
 
 namespace {
 
 struct SettingsTest : LibraryTest {
-    void Load(const std::string &text) {
-        std::ofstream(folder + "K274.ini") << text;
-        k274::settings.FixPath();
-        k274::settings.LoadSettings();
-    }
     static std::string Name() {
         char name[k274::Settings::kNameSize];
         return k274::settings.AutoSaveFileName(name) ? name : "(none)";
@@ -20,9 +16,7 @@ struct SettingsTest : LibraryTest {
 };
 
 TEST_F(SettingsTest, NamesFollowTheFile) {
-    const struct {
-        const char *file, *name, *next; // next: the name after an automatic save
-    } cases[] = {
+    const std::tuple<const char *, const char *, const char *> cases[] = {
         {"[Demo]\nAutoSaveName=card\nAutoSaveNum=7\n", "card007", "card008"},
         {"[demo]\nautosavename = tencharact \nAUTOSAVENUM=5\n", "tenchar005", "tenchar006"},
         {"[Demo]\nAutoSaveName=x\nAutoSaveNum=999\n", "x999", "x1000"},
@@ -35,21 +29,18 @@ TEST_F(SettingsTest, NamesFollowTheFile) {
         {"\xff\xfe garbage [[[ =\n\n=\n", "(none)", "(none)"},
         {"", "(none)", "(none)"},
     };
-    for (const auto &c : cases) {
-        Load(c.file);
-        EXPECT_EQ(Name(), c.name) << c.file;
+    for (const auto &[file, name, next] : cases) {
+        std::ofstream(folder + "K274.ini") << file;
+        K274_SetLogPath(folder.c_str());
+        k274::settings.FixPath();
+        K274_SetLogPath("/nonexistent/"); // the path stays where it was fixed
+        k274::settings.LoadSettings();
+        EXPECT_EQ(Name(), name) << file;
         k274::settings.AdvanceAutoSaveNum();
-        EXPECT_EQ(Name(), c.next) << c.file;
+        EXPECT_EQ(Name(), next) << file;
         k274::settings.LoadSettings(); // what was advanced has been written
-        EXPECT_EQ(Name(), c.next) << c.file;
+        EXPECT_EQ(Name(), next) << file;
     }
-}
-
-TEST_F(SettingsTest, PathStaysWhereItWasFixed) {
-    Load("[Demo]\nAutoSaveName=here\nAutoSaveNum=1\n");
-    K274_SetLogPath("/nonexistent/");
-    k274::settings.LoadSettings();
-    EXPECT_EQ(Name(), "here001");
 }
 
 } // namespace

@@ -5,72 +5,55 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cmath>
 #include <memory>
 #include <numeric>
+#include <tuple>
 #include <vector>
 
 namespace k274 {
 namespace {
 
-struct Reply {
-    std::vector<uint8_t> bytes = std::vector<uint8_t>(kCcdReplyBytes);
-
-    explicit Reply(uint8_t fill) { std::fill(bytes.begin() + kCcdReplyHeader, bytes.end(), fill); }
-    uint8_t &At(int table, int position) {
-        return bytes[static_cast<size_t>(kCcdReplyHeader + table * kSensorRows + position)];
-    }
-    void Set(int table, int first, int last, uint8_t value) {
-        std::fill(&At(table, first), &At(table, last) + 1, value);
-    }
-    const uint8_t *Sealed() {
-        Store32(bytes.data(), kResponseBytes);
-        Store32(bytes.data() + 4, std::accumulate(bytes.begin() + kCcdReplyHeader, bytes.end(), 0U));
-        return bytes.data();
-    }
-};
-
 class CcdPixTest : public testing::Test {
 protected:
+    uint8_t *Table(int table) { return reply_.data() + kCcdReplyHeader + table * kSensorRows; }
+    void Set(int table, int first, int last, int value) {
+        std::fill(Table(table) + first, Table(table) + last + 1, static_cast<uint8_t>(value));
+    }
+    void Seal() {
+        Store32(reply_.data(), kResponseBytes);
+        Store32(reply_.data() + 4, std::accumulate(reply_.begin() + kCcdReplyHeader, reply_.end(), 0U));
+    }
+    void Load() {
+        Seal();
+        ASSERT_EQ(ccd_.Accept(reply_.data()), CcdReply::Loaded);
+    }
+    void Load(int everywhere) {
+        Set(0, 0, kResponseBytes - 1, everywhere);
+        Load();
+    }
+
+    std::vector<uint8_t> reply_ = std::vector<uint8_t>(kCcdReplyBytes);
     std::unique_ptr<CcdPix> owned_ = std::make_unique<CcdPix>();
     CcdPix &ccd_ = *owned_;
 };
 
-TEST_F(CcdPixTest, BeginsInvalidWithUnitGainsAndBlackTables) {
-    EXPECT_EQ(ccd_.valid, 0);
-    EXPECT_EQ(ccd_.gainUv[2699], 1.0F);
-    EXPECT_EQ(ccd_.gainB[0], 1.0F);
-    EXPECT_EQ(ccd_.fixRgb[1000][1], 0);
-    EXPECT_EQ(ccd_.fixUv[2699], 0);
-    EXPECT_EQ(ccd_.resp[6][2699], 0);
-}
-
 TEST_F(CcdPixTest, GainsOfSingleResponses) {
     // 224 needs none, brighter ones are lowered, dark ones stop at the ceiling: 2.55 x 128 and x 64.
-    const struct {
-        uint8_t response;
-        uint16_t rgb, uv;
-    } cases[] = {{0, 326, 163},  {1, 326, 163},  {86, 323, 158}, {128, 220, 108},
-                 {223, 128, 64}, {224, 128, 64}, {255, 112, 56}};
-    for (const auto &c : cases) {
-        Reply reply(c.response);
-        ASSERT_EQ(ccd_.Accept(reply.Sealed()), CcdReply::Loaded);
-        SCOPED_TRACE(int{c.response});
-        EXPECT_EQ(ccd_.fixRgb[700][0], c.rgb);
-        EXPECT_EQ(ccd_.fixRgb[2000][2], c.rgb);
-        EXPECT_EQ(ccd_.fixIr[700], c.rgb);
-        EXPECT_EQ(ccd_.fixUv[700], c.uv);
+    const std::tuple<uint8_t, uint16_t, uint16_t> cases[] = {{0, 326, 163},   {1, 326, 163},  {86, 323, 158},
+                                                             {128, 220, 108}, {223, 128, 64}, {224, 128, 64},
+                                                             {255, 112, 56}};
+    for (const auto &[response, rgb, uv] : cases) {
+        SCOPED_TRACE(int{response});
+        Load(response);
+        EXPECT_EQ(ccd_.fixRgb[2000][2], rgb);
+        EXPECT_EQ(ccd_.fixIr[700], rgb);
+        EXPECT_EQ(ccd_.fixUv[700], uv);
         EXPECT_EQ(ccd_.fixUv[1350], 64) << "no lamp of its own: gain 1";
     }
-    EXPECT_EQ(ccd_.valid, 1);
-}
-
-TEST_F(CcdPixTest, EveryLightHasItsOwnTable) {
-    Reply reply(200);
-    for (int table = 0; table < kResponseTables; table++)
-        reply.Set(table, 0, kSensorRows - 1, static_cast<uint8_t>(130 + 20 * table));
-    ASSERT_EQ(ccd_.Accept(reply.Sealed()), CcdReply::Loaded);
+    for (int table = 0; table < kResponseTables; table++) // every light has its own
+        Set(table, 0, kSensorRows - 1, 130 + 20 * table);
+    Load();
     EXPECT_EQ(ccd_.fixRgb[700][0], 216); // 130
     EXPECT_EQ(ccd_.fixRgb[700][1], 188); // 150
     EXPECT_EQ(ccd_.fixRgb[700][2], 167); // 170
@@ -78,8 +61,8 @@ TEST_F(CcdPixTest, EveryLightHasItsOwnTable) {
     EXPECT_EQ(ccd_.fixUv[700], 57);      // 250
 }
 
-// The response falls to `dark` outside the given positions in the green table; the other tables rise along
-// the sensor, so that a held gain tells which position it was taken from.
+// The response falls to 0 outside the given positions in the green table; the other tables rise along the
+// sensor, so that a held gain tells which position it was taken from.
 TEST_F(CcdPixTest, HoldsTheEndsOfTheSensor) {
     const struct {
         const char *name;
@@ -94,25 +77,21 @@ TEST_F(CcdPixTest, HoldsTheEndsOfTheSensor) {
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
-        Reply reply(0);
         for (int table : {0, 2, 3})
             for (int i = 0; i < kSensorRows; i++)
-                reply.At(table, i) = static_cast<uint8_t>(100 + i % 120);
-        reply.Set(1, c.frontFirst, c.frontLast, 200);
-        reply.Set(1, c.backFirst, c.backLast, 200);
-        ASSERT_EQ(ccd_.Accept(reply.Sealed()), CcdReply::Loaded);
+                Set(table, i, i, 100 + i % 120);
+        Set(1, 0, kSensorRows - 1, 0);
+        Set(1, c.frontFirst, c.frontLast, 200);
+        Set(1, c.backFirst, c.backLast, 200);
+        Load();
         const int(&e)[4] = c.edges;
-        const auto source = [&](int i) {
-            return i < e[0] ? e[0] : i < 1350 ? std::min(i, e[1]) : i < e[2] ? e[2] : std::min(i, e[3]);
-        };
-        const auto gainOf = [&](int i) {
-            const double ratio = 224.0 / (100 + i % 120);
-            return std::min(2.55, std::pow(ratio, 0.97));
-        };
         for (int i = 0; i < kSensorRows; i++) {
-            ASSERT_NEAR(ccd_.gainB[i], gainOf(source(i)), 1e-5) << i;
-            ASSERT_EQ(ccd_.gainR[i], ccd_.gainB[i]) << i;
-            ASSERT_EQ(ccd_.gainIr[i], ccd_.gainB[i]) << i;
+            const int from = i < e[0]   ? e[0]
+                             : i < 1350 ? std::min(i, e[1])
+                             : i < e[2] ? e[2]
+                                        : std::min(i, e[3]);
+            ASSERT_NEAR(ccd_.gainB[i], std::min(2.55, std::pow(224.0 / (100 + from % 120), 0.97)), 1e-5) << i;
+            ASSERT_TRUE(ccd_.gainR[i] == ccd_.gainB[i] && ccd_.gainIr[i] == ccd_.gainB[i]) << i;
             ASSERT_EQ(ccd_.fixRgb[i][0], static_cast<uint16_t>(ccd_.gainB[i] * 128)) << i;
         }
     }
@@ -121,72 +100,51 @@ TEST_F(CcdPixTest, HoldsTheEndsOfTheSensor) {
 TEST_F(CcdPixTest, HoldsTheUltravioletEnds) {
     const struct {
         const char *name;
-        int dark[4]; // positions without response, -1 for none
+        std::vector<int> dark; // positions without response
         int edges[4];
     } cases[] = {
-        {"default edges", {-1, -1, -1, -1}, {40, 560, 780, 1310}},
+        {"default edges", {}, {40, 560, 780, 1310}},
         {"dark at the first position tried", {40, 560, 770, 1310}, {43, 557, 773, 1307}},
         {"dark at the last position tried", {0, 599, 731, 1349}, {3, 596, 734, 1346}},
         {"dark just outside the windows", {41, 600, 730, 1309}, {40, 560, 780, 1310}},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
-        Reply reply(200);
+        Set(0, 0, 6 * kSensorRows - 1, 200);
         for (int i = 0; i < 1350; i++)
-            reply.At(6, i) = static_cast<uint8_t>(100 + i % 120);
+            Set(6, i, i, 100 + i % 120);
         for (const int position : c.dark)
-            if (position >= 0)
-                reply.At(6, position) = 0;
-        ASSERT_EQ(ccd_.Accept(reply.Sealed()), CcdReply::Loaded);
-        for (int i = 0; i < 4; i++)
-            EXPECT_EQ(ccd_.edge[i], c.edges[i]);
+            Set(6, position, position, 0);
+        Load();
         const int(&e)[4] = c.edges;
+        EXPECT_TRUE(std::equal(e, e + 4, ccd_.edge));
         for (int i = 0; i < 1350; i++) {
-            const int from = i <= e[0]      ? e[0] + 1
-                             : i < e[1] - 2 ? i
-                             : i < 675      ? e[1] - 2
-                             : i <= e[2]    ? e[2] + 2
-                             : i < e[3] - 2 ? i
-                                            : e[3] - 2;
-            const uint8_t response = reply.At(6, from);
+            const int from = i < 675 ? (i <= e[0] ? e[0] + 1 : std::min(i, e[1] - 2))
+                                     : (i <= e[2] ? e[2] + 2 : std::min(i, e[3] - 2));
+            const uint8_t response = Table(6)[from];
             const double gain = response == 0 ? 2.55 : std::min(2.55, std::pow(224.0 / response, 0.95));
             ASSERT_NEAR(ccd_.gainUv[i], gain, 1e-5) << i;
             ASSERT_EQ(ccd_.fixUv[i], static_cast<uint16_t>(ccd_.gainUv[i] * 64)) << i;
         }
-        EXPECT_EQ(ccd_.gainUv[1350], 1.0F);
     }
 }
 
 TEST_F(CcdPixTest, UnsoundRepliesKeepTheGainsInForce) {
-    Reply good(224);
-    ASSERT_EQ(ccd_.Accept(good.Sealed()), CcdReply::Loaded);
-
-    Reply corrupted(224);
-    corrupted.Sealed();
-    corrupted.At(1, 700) = 100;
-    EXPECT_EQ(ccd_.Accept(corrupted.bytes.data()), CcdReply::BadChecksum);
+    Seal();
+    reply_[4] ^= 1;
+    EXPECT_EQ(ccd_.Accept(reply_.data()), CcdReply::BadChecksum);
+    EXPECT_TRUE(ccd_.valid == 0 && ccd_.fixRgb[700][1] == 0 && ccd_.gainUv[2699] == 1.0F);
+    Load(224);
+    Set(1, 700, 700, 100);
+    EXPECT_EQ(ccd_.Accept(reply_.data()), CcdReply::BadChecksum);
     EXPECT_EQ(ccd_.resp[1][700], 100) << "hosts see the new bytes all the same";
-    EXPECT_EQ(ccd_.fixRgb[700][1], 128);
-    EXPECT_EQ(ccd_.valid, 1);
-
-    Reply shortened(50);
-    shortened.Sealed();
+    Set(0, 0, kResponseBytes - 1, 50);
+    Seal();
     for (const uint32_t length : {0U, 18899U, 18901U, 0x49D4U << 16, 0xFFFFFFFFU}) {
-        Store32(shortened.bytes.data(), length);
-        EXPECT_EQ(ccd_.Accept(shortened.bytes.data()), CcdReply::BadLength) << length;
+        Store32(reply_.data(), length);
+        EXPECT_EQ(ccd_.Accept(reply_.data()), CcdReply::BadLength) << length;
     }
-    EXPECT_EQ(ccd_.resp[0][0], 224);
-    EXPECT_EQ(ccd_.fixRgb[700][1], 128);
-}
-
-TEST_F(CcdPixTest, UnsoundFirstReplyLeavesTheTablesInvalid) {
-    Reply reply(224);
-    reply.Sealed();
-    reply.bytes[4] ^= 1;
-    EXPECT_EQ(ccd_.Accept(reply.bytes.data()), CcdReply::BadChecksum);
-    EXPECT_EQ(ccd_.valid, 0);
-    EXPECT_EQ(ccd_.fixRgb[700][1], 0);
-    EXPECT_EQ(ccd_.resp[6][2699], 224);
+    EXPECT_TRUE(ccd_.valid == 1 && ccd_.fixRgb[700][1] == 128 && ccd_.resp[0][0] == 224);
 }
 
 } // namespace

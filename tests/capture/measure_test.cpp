@@ -1,138 +1,145 @@
 // Levels, card size and card length on drawn images.
 #include "src/capture/measure.h"
 
-#include "tests/support/reference_rgb.h"
-#include "tests/support/rgb_images.h"
+#include "bench/literal/rgb.h"
+#include "tests/support/images.h"
 
 #include <gtest/gtest.h>
+
+#include <tuple>
 
 namespace k274 {
 namespace {
 
-TEST(RgbLevelsTest, MeansAreTruncatedAndEqualThePlainLoops) {
-    ColourImage image;
-    FillRandom(image.bytes, 5);
-    for (int round = 0; round < 2; round++) {
-        int front = 0, back = 0;
-        reference::RgbLevels(image.View(), front, back);
-        const Levels levels = RgbLevels(image.View());
-        EXPECT_EQ(levels.front, front);
-        EXPECT_EQ(levels.back, back);
-        std::fill(image.bytes.begin() + static_cast<ptrdiff_t>(image.bytes.size() / 2), image.bytes.end(),
-                  255);
+TEST(LevelsTest, TruncatedMeansOfTheSampledPixelsAlone) {
+    ColourImage visible = ColourImage().Randomize(5);
+    int front = 0, back = 0;
+    reference::RgbLevels(visible.View(), front, back);
+    EXPECT_EQ(RgbLevels(visible.View()).front, front);
+    EXPECT_EQ(RgbLevels(visible.View()).back, back);
+
+    GreyImage infrared(255);
+    ColourImage ultraviolet = UvImage(255);
+    for (const int side : {0, 1}) {
+        const auto level = static_cast<uint8_t>(100 + side);
+        for (int row = 25 + 1350 * side; row <= 1120 + 1350 * side; row += 5)
+            for (int column = 200; column <= 2095; column += 5) {
+                *infrared.At(row, column) = level;
+                visible.Fill(row, row, column, column, level);
+            }
+        for (int line = 200; line <= 996; line += 4)
+            for (int pixel = 25 + 750 * side; pixel <= 570 + 750 * side; pixel += 5)
+                ultraviolet.Fill(line, line, pixel, pixel, level);
     }
-    image.Fill(0, kSensorRows - 1, 0, kRgbColumns - 1, 100);
-    image.At(25, 200)[0] = 99; // the first sample of the front
-    image.At(2470, 2095)[2] = 101;
-    EXPECT_EQ(RgbLevels(image.View()).front, 99);
-    EXPECT_EQ(RgbLevels(image.View()).back, 100);
+    *visible.At(25, 200) = *infrared.At(1120, 2095) = ultraviolet.At(996, 570)[2] = 99;
+    for (const Levels &levels :
+         {RgbLevels(visible.View()), IrLevels(infrared.View()), UvLevels(ultraviolet.View())}) {
+        EXPECT_EQ(levels.front, 99);
+        EXPECT_EQ(levels.back, 101);
+    }
 }
 
-TEST(MeasureCardTest, BrightCardOnDarkGround) {
+void ExpectCard(const CardMeasure &card, int top, int backOffset, int width, int frontHeight,
+                int backHeight) {
+    EXPECT_EQ(card.top, top);
+    EXPECT_EQ(card.backOffset, backOffset);
+    EXPECT_EQ(card.width, width);
+    EXPECT_EQ(card.frontHeight, frontHeight);
+    EXPECT_EQ(card.backHeight, backHeight);
+}
+
+TEST(MeasureCardTest, CardsAndSearchesThatRunOut) {
     ColourImage image(5);
-    image.Fill(21, 1179, 101, 1970, 150);   // front, rows 21 to 1179
-    image.Fill(1371, 2529, 101, 1970, 150); // back
+    ExpectCard(MeasureCard(image.View()), 60, 60, 1950 - 350, 1140 - 60, 2500 - 1410);
+    image.Fill(21, 1179, 101, 1970, 150);
+    image.Fill(1371, 2529, 101, 1970, 150);
     const CardMeasure card = MeasureCard(image.View());
-    EXPECT_EQ(card.top, 20);
-    EXPECT_EQ(card.backOffset, 20);
-    EXPECT_EQ(card.width, 1970 - 101);
-    EXPECT_EQ(card.frontHeight, 1160);
-    EXPECT_EQ(card.backHeight, 1160);
+    ExpectCard(card, 20, 20, 1970 - 101, 1160, 1160);
     EXPECT_FLOAT_EQ(card.aspectDeviation, (1160 / 2.125F) / (1869 / 3.375F) - 1.0F);
-}
-
-TEST(MeasureCardTest, WithoutEdgesTheSearchesRunOut) {
-    ColourImage dark(5), bright(200);
-    const CardMeasure none = MeasureCard(dark.View());
-    EXPECT_EQ(none.top, 60);
-    EXPECT_EQ(none.backOffset, 60);
-    EXPECT_EQ(none.width, 1950 - 350);
-    EXPECT_EQ(none.frontHeight, 1140 - 60);
-    EXPECT_EQ(none.backHeight, 2500 - 1410);
-    const CardMeasure all = MeasureCard(bright.View());
-    EXPECT_EQ(all.top, 0);
-    EXPECT_EQ(all.backOffset, 0);
-    EXPECT_EQ(all.width, 2250 - 50);
-    EXPECT_EQ(all.frontHeight, 1200);
-    EXPECT_EQ(all.backHeight, 2560 - 1350);
+    ExpectCard(MeasureCard(ColourImage(200).View()), 0, 0, 2250 - 50, 1200, 2560 - 1350);
 }
 
 TEST(MeasureCardTest, ThresholdsAndChannels) {
     ColourImage image(200);
-    // Above the card: blue at column 800 and red at column 799, both below 96.
-    image.At(40, 800)[0] = 95;
-    image.At(40, 799)[2] = 96;
-    image.At(30, 800)[0] = 95;
-    image.At(30, 799)[2] = 95;
-    // Below it: blue and green at column 800.
-    image.At(1150, 800)[0] = 95;
-    image.At(1150, 800)[2] = 95;
-    image.At(1160, 800)[0] = 95;
-    image.At(1160, 800)[1] = 95;
-    image.At(1360, 800)[0] = image.At(1360, 799)[2] = 0;
-    image.At(2555, 800)[0] = image.At(2555, 800)[1] = 0;
-    // Columns: six greens of 15 are not enough for the leading edge, of 12.5 for the trailing one.
-    for (int column = 50; column < 350; column++)
-        for (const int row : {100, 300, 500, 700, 900, 1100})
-            image.At(row, column)[1] = 15;
-    image.At(1100, 120)[1] = 16;
-    for (int column = 2250; column > 1950; column--)
-        for (const int row : {100, 300, 500, 700, 900, 1100})
-            image.At(row, column)[1] = row > 500 ? 13 : 12;
-    image.At(300, 2000)[1] = 13;
-    const CardMeasure card = MeasureCard(image.View());
-    EXPECT_EQ(card.top, 30);
-    EXPECT_EQ(card.frontHeight, 1160 - 30);
-    EXPECT_EQ(card.backOffset, 10);
-    EXPECT_EQ(card.backHeight, 2555 - 1360);
-    EXPECT_EQ(card.width, 2000 - 120);
-}
-
-TEST(LengthCheckTest, DeviationAndVerdict) {
-    const struct {
-        const char *name;
-        int first, last; // bright columns, both ends included
-        float length;
-        bool mismatch;
-    } cases[] = {
-        // The edge is the first dark column whose partner nine columns further out is dark as well.
-        {"nominal", 201, 2055, 1856, false},
-        {"short", 301, 2000, 1701, false},
-        {"2.0 percent is allowed", 201, 2092, 1893, false},
-        {"1,890 columns", 151, 2039, 1890, false},
-        {"1,900 columns", 151, 2049, 1900, true},
-        {"dark image", 1000, 1001, 1700, false},
-        {"bright image", 0, 2299, 2200, true},
+    const auto set = [&](int row, int column, int channel, uint8_t value) {
+        image.At(row, column)[channel] = value;
     };
-    for (const auto &c : cases) {
-        ColourImage image(10);
-        image.Fill(0, 1349, c.first, c.last, 11);
-        const LengthResult result = RgbLengthCheck(image.View());
-        EXPECT_EQ(result.deviation, c.length / 1856.0F * 100.0F - 100.0F) << c.name;
-        EXPECT_EQ(result.mismatch, c.mismatch) << c.name;
+    // Above the card: blue at column 800 and red at column 799, both below 96.
+    set(40, 800, 0, 95), set(40, 799, 2, 96);
+    set(30, 800, 0, 95), set(30, 799, 2, 95);
+    // Below it: blue and green at column 800.
+    set(1150, 800, 0, 95), set(1150, 800, 2, 95);
+    set(1160, 800, 0, 95), set(1160, 800, 1, 95);
+    set(1360, 800, 0, 0), set(1360, 799, 2, 0);
+    set(2555, 800, 0, 0), set(2555, 800, 1, 0);
+    // Columns: six greens of 15 are not enough for the leading edge, of 12.5 for the trailing one.
+    for (const int row : {100, 300, 500, 700, 900, 1100}) {
+        for (int column = 50; column < 350; column++)
+            set(row, column, 1, 15);
+        for (int column = 2250; column > 1950; column--)
+            set(row, column, 1, row > 500 ? 13 : 12);
     }
+    set(1100, 120, 1, 16), set(300, 2000, 1, 13);
+    ExpectCard(MeasureCard(image.View()), 30, 10, 2000 - 120, 1160 - 30, 2555 - 1360);
 }
 
-TEST(LengthCheckTest, DarkColumnsWithABrightPartnerAreNoEdge) {
-    ColourImage image(200);
-    image.Fill(0, 1349, 0, 160, 0);
-    image.Fill(0, 1349, 231, 239, 0); // a dark stripe of nine columns
-    image.Fill(0, 1349, 2100, 2108, 0);
-    image.Fill(0, 1349, 2200, 2299, 0);
-    EXPECT_FLOAT_EQ(RgbLengthCheck(image.View()).deviation, (2200.0F - 160.0F) / 1856.0F * 100.0F - 100.0F);
-    image.At(1090, 240)[1] = 0; // one sample is not a column
-    image.At(50, 240)[0] = 0;
-    EXPECT_FLOAT_EQ(RgbLengthCheck(image.View()).deviation, (2200.0F - 160.0F) / 1856.0F * 100.0F - 100.0F);
-}
+struct Span {
+    int first, last; // both ends included
+};
 
-TEST(LengthCheckTest, MeanOfAllSamplesBelowEleven) {
+TEST(LengthCheckTest, VisibleLightAlone) {
+    const std::tuple<const char *, std::vector<Span>, float, bool> cases[] = {
+        // The edge is the first dark column whose partner nine columns further out is dark as well.
+        {"nominal", {{201, 2055}}, 1856, false},
+        {"short", {{301, 2000}}, 1701, false},
+        {"2.0 percent is allowed", {{201, 2092}}, 1893, false},
+        {"1,900 columns", {{151, 2049}}, 1900, true},
+        {"dark image", {{1000, 1001}}, 1700, false},
+        {"bright image", {{0, 2299}}, 2200, true},
+        {"nine dark columns are no edge", {{161, 230}, {240, 2099}, {2109, 2199}}, 2040, true},
+    };
+    for (const auto &[name, bright, length, mismatch] : cases) {
+        ColourImage image(10);
+        for (const auto &[first, last] : bright)
+            image.Fill(0, 1349, first, last, 11);
+        const LengthResult result = RgbLengthCheck(image.View());
+        EXPECT_EQ(result.deviation, length / 1856.0F * 100.0F - 100.0F) << name;
+        EXPECT_EQ(result.mismatch, mismatch) << name;
+    }
     // 105 rows of three channels at 11 make no dark column; one count less does.
     ColourImage image(11);
     image.Fill(0, 1349, 200, 200, 0);
-    image.Fill(0, 1349, 191, 191, 11);
     EXPECT_FLOAT_EQ(RgbLengthCheck(image.View()).deviation, 2200.0F / 1856.0F * 100.0F - 100.0F);
     image.At(500, 191)[1] = 10;
     EXPECT_FLOAT_EQ(RgbLengthCheck(image.View()).deviation, 2050.0F / 1856.0F * 100.0F - 100.0F);
+}
+
+TEST(LengthCheckTest, ThreePasses) {
+    // Bright columns and lines; an edge is the first dark one. Visible light tells the nominal length.
+    const std::tuple<Span, std::vector<Span>, float, float, bool> cases[] = {
+        {{151, 2174}, {{81, 1091}}, 2025, 1012, false},
+        {{151, 2124}, {{81, 1091}}, 1975, 1012, false}, // 2.5 percent short
+        {{151, 2121}, {{81, 1091}}, 1972, 1012, true},  // 2.6 percent short
+        {{151, 2174}, {{61, 1098}}, 2025, 1039, true},
+        // No card at line 135 or 1040: a usual end is taken.
+        {{151, 2174}, {{500, 501}}, 2025, 1005, false},
+        {{151, 2174}, {{0, 1199}}, 2025, 1105, true},
+        // A line is an edge when that 9 before it, or those 8 and 16 behind it, are dark, too.
+        {{151, 2174}, {{81, 99}, {109, 1059}, {1068, 1075}, {1084, 1099}}, 2025, 1020, false}};
+    ColourImage visible(10);
+    visible.Fill(0, 1349, 201, 2055, 11);
+    for (const auto &[columns, lines, irLength, uvLength, mismatch] : cases) {
+        ColourImage ultraviolet = UvImage(5);
+        GreyImage infrared(10);
+        infrared.Fill(0, 1349, columns.first, columns.last, 11);
+        for (const Span &span : lines)
+            ultraviolet.Fill(span.first, span.last, 0, 683, 6);
+        const LengthResults result = LengthCheck(visible.View(), infrared.View(), ultraviolet.View());
+        EXPECT_EQ(result.rgb, 0.0F);
+        EXPECT_EQ(result.ir, irLength / 2025.0F * 100.0F - 100.0F);
+        EXPECT_EQ(result.uv, uvLength / 1012.0F * 100.0F - 100.0F) << uvLength;
+        EXPECT_EQ(result.mismatch, mismatch) << uvLength;
+    }
 }
 
 } // namespace

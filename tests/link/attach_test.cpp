@@ -1,3 +1,4 @@
+// Opening the driver library, the scanner's coming and going, and the start of a session.
 #include "src/link/attach.h"
 
 #include "src/link/session.h"
@@ -5,6 +6,8 @@
 #include "tests/support/library_fixture.h"
 
 #include <gmock/gmock.h>
+
+#include <tuple>
 
 namespace {
 
@@ -18,80 +21,60 @@ TEST_F(AttachTest, DriverOpensInOrderAndClosesAgain) {
     EXPECT_EQ(k274::DriverInit(), 0u);
     EXPECT_THAT(TheDriver().calls,
                 ElementsAre("OsEventCreate", "OsMutexCreate", "OsEventCreate", "WDU_Init"));
-    EXPECT_THAT(Log(), ElementsAre("Could not open WinDriver kernel!", "Attach F274:0274 jungo 0", " "));
+    EXPECT_THAT(TakeLog(), ElementsAre("Could not open WinDriver kernel!", "Attach F274:0274 jungo 0", " "));
     EXPECT_TRUE(deviceLink.online);
+    deviceLink.transferErrors = 9;
+    scripted::Detach();
+    EXPECT_FALSE(deviceLink.online);
+    scripted::Attach();
+    EXPECT_THAT(TakeLog(), ElementsAre("usb,     DeviceAttach 1"));
+    EXPECT_EQ(deviceLink.transferErrors, 0) << "counted anew";
+    EXPECT_TRUE(deviceLink.online);
+    k274::session.Reset();
+    EXPECT_THAT(scripted::SentCodes(), ElementsAre(0x75));
+    EXPECT_THAT(Log(), ElementsAre(" ", "Reset    K274..."));
     TheDriver().calls.clear();
     k274::DriverUninit();
-    EXPECT_THAT(TheDriver().calls, ElementsAre("OsEventClose", "OsMutexClose", "OsEventClose", "WDU_Uninit"));
-    EXPECT_FALSE(deviceLink.online);
-    EXPECT_EQ(deviceLink.device, nullptr);
     k274::DriverUninit(); // nothing left to close
-    EXPECT_THAT(TheDriver().calls, testing::SizeIs(4));
+    EXPECT_THAT(TheDriver().calls, ElementsAre("OsEventClose", "OsMutexClose", "OsEventClose", "WDU_Uninit"));
+    EXPECT_EQ(deviceLink.device, nullptr);
 }
 
 TEST_F(AttachTest, FailuresReturnTheirStatus) {
-    const struct {
-        uint32_t eventStatus, mutexStatus, initStatus, result;
-        Texts lines;
-    } cases[] = {
+    const std::tuple<uint32_t, uint32_t, uint32_t, uint32_t, Texts> cases[] = {
         {7, 0, 0, 7, {"usb,     Error in DriverInit()"}},
         {0, 8, 0, 8, {"usb,     Error in DriverInit()"}},
         {0, 0, 0x2000ABCD, 0x2000ABCD, {"WDU_Init-64 Error 2000ABCD", "usb,     Error in DriverInit()"}},
     };
-    for (const auto &c : cases) {
-        TheDriver().eventStatus = c.eventStatus;
-        TheDriver().mutexStatus = c.mutexStatus;
-        TheDriver().initStatus = c.initStatus;
-        EXPECT_EQ(k274::DriverInit(), c.result);
-        EXPECT_EQ(TakeLog(), c.lines);
+    for (const auto &[eventStatus, mutexStatus, initStatus, result, lines] : cases) {
+        TheDriver().eventStatus = eventStatus;
+        TheDriver().mutexStatus = mutexStatus;
+        TheDriver().initStatus = initStatus;
+        EXPECT_EQ(k274::DriverInit(), result);
+        EXPECT_EQ(TakeLog(), lines);
         k274::DriverUninit();
     }
     EXPECT_THAT(TheDriver().calls, testing::Contains("WDU_Uninit").Times(1));
 }
 
-TEST_F(AttachTest, LaterAttachesAreLoggedAndCountErrorsAnew) {
-    OpenDriver();
-    TakeLog();
-    deviceLink.transferErrors = 9;
-    scripted::Detach();
-    EXPECT_EQ(deviceLink.device, nullptr);
-    EXPECT_FALSE(deviceLink.online);
-    scripted::Attach();
-    EXPECT_THAT(Log(), ElementsAre("usb,     DeviceAttach 1"));
-    EXPECT_EQ(deviceLink.transferErrors, 0);
-    EXPECT_TRUE(deviceLink.online);
-}
-
 TEST_F(AttachTest, SessionStartGreetsTheScanner) {
-    const struct {
-        uint32_t initStatus;
-        bool attached;
-        uint32_t sendStatus;
-        int32_t result;
-        std::vector<uint8_t> sent;
-    } cases[] = {
+    // Status of the driver's start, whether a scanner is there, status of the greeting; result and commands.
+    const std::tuple<uint32_t, bool, uint32_t, int32_t, std::vector<uint8_t>> cases[] = {
         {0, true, 0, 0, {0x14}},
         {0, true, 0x20000015, 0x20000015, {0x14}},
         {0, false, 0, -1, {}},
-        {0x20000020, true, 0, 0x20000020, {}},
-    };
-    for (const auto &c : cases) {
+        {0x20000020, true, 0, 0x20000020, {}}};
+    for (const auto &[initStatus, attached, sendStatus, result, sent] : cases) {
         scripted::ResetDriver();
-        TheDriver().initStatus = c.initStatus;
-        TheDriver().attachOnInit = c.attached;
-        TheDriver().onSend = [&](const scripted::Sent &) { return scripted::Reply{c.sendStatus}; };
-        EXPECT_EQ(k274::session.Start(), c.result);
-        EXPECT_EQ(scripted::SentCodes(), c.sent);
+        TheDriver().initStatus = initStatus;
+        TheDriver().attachOnInit = attached;
+        TheDriver().onSend = [status = sendStatus](const scripted::Sent &) {
+            return scripted::Reply{status};
+        };
+        EXPECT_EQ(k274::session.Start(), result);
+        EXPECT_EQ(scripted::SentCodes(), sent);
         k274::session.Close();
     }
-}
-
-TEST_F(AttachTest, ResetSendsItsCommandAndLogs) {
-    OpenDriver();
-    TakeLog();
-    k274::session.Reset();
-    EXPECT_THAT(scripted::SentCodes(), ElementsAre(0x75));
-    EXPECT_THAT(Log(), ElementsAre(" ", "Reset    K274..."));
 }
 
 } // namespace

@@ -1,9 +1,12 @@
+// Packets to and from the scanner: lengths, statuses, retries and what is logged.
 #include "src/link/transport.h"
 
 #include "src/link/attach.h"
 #include "tests/support/library_fixture.h"
 
 #include <gmock/gmock.h>
+
+#include <tuple>
 
 namespace {
 
@@ -31,50 +34,39 @@ struct TransportTest : LibraryTest {
     }
 };
 
-TEST_F(TransportTest, FreshPacketIsZeroButForItsStatus) {
-    CmdPkt packet;
-    const uint8_t *bytes = packet.Bytes();
-    for (size_t i = 0; i < k274::kPacketSize; ++i)
-        EXPECT_EQ(bytes[i], i == 2 ? 0xFF : 0) << i;
-}
-
-TEST_F(TransportTest, SendsStampConsecutiveNumbers) {
+TEST_F(TransportTest, SendsTheirLengthsWithConsecutiveNumbers) {
     CmdPkt first(0x13), second(0x42), third(0x00);
     EXPECT_EQ(transport.SendCmd(first), 0u);
     EXPECT_EQ(transport.SendCmdHeader(second), 0u);
     EXPECT_EQ(transport.SendCmdData(third, 80), 0u);
-    const auto &sent = TheDriver().sent;
-    ASSERT_THAT(sent, SizeIs(3));
-    EXPECT_THAT((std::vector<size_t>{sent[0].bytes.size(), sent[1].bytes.size(), sent[2].bytes.size()}),
-                ElementsAre(256, 24, 80));
-    for (size_t i = 0; i < 3; ++i)
-        EXPECT_EQ(k274::Load32(&sent[i].bytes[12]), i + 1);
+    EXPECT_EQ(transport.WritePacket(1000), 1u);
+    const size_t lengths[] = {256, 24, 80, 1256};
+    ASSERT_THAT(TheDriver().sent, SizeIs(4));
+    for (size_t i = 0; i < 4; ++i) {
+        EXPECT_THAT(TheDriver().sent[i].bytes, SizeIs(lengths[i]));
+        EXPECT_EQ(TheDriver().sent[i].bytes[2], 0xFF) << "status of a fresh packet";
+        if (i < 3) {
+            EXPECT_EQ(k274::Load32(&TheDriver().sent[i].bytes[12]), i + 1);
+        }
+    }
     EXPECT_THAT(TheDriver().calls, testing::Not(testing::Contains("wrong pipe or time-out")));
+    AnswerSends({0, {}, 255});
+    EXPECT_EQ(transport.WritePacket(1000), 0u);
+    EXPECT_EQ(transport.SendCmd(first), 0u) << "a short send returns its status";
+    EXPECT_THAT(Log(), ElementsAre("usb,     WDU_Bulk_Out Err SendCmd(hdr) WD_STATUS_SUCCESS 256"));
 }
 
 TEST_F(TransportTest, FailedSendsAreLoggedTwiceThenByVerbosity) {
     AnswerSends({0xC0000011});
-    const struct {
-        uint32_t verbose;
-        Texts expected;
-    } cases[] = {
-        {0,
-         {"usb,     WDU_Bulk_Out Err SendCmd(hdr) USBD_STATUS_XACT_ERROR 256",
-          "usb,     WDU_Bulk_Out Err SendCmd(CMD_HDR) USBD_STATUS_XACT_ERROR 24",
-          "usb,     WDU_Bulk_Out Err SendCmd(CMD_HDR) USBD_STATUS_XACT_ERROR 24"}},
-        {1,
-         {"usb,     WDU_Bulk_Out Err SendCmd(hdr) USBD_STATUS_XACT_ERROR 256",
-          "usb,     WDU_Bulk_Out Err SendCmd(CMD_HDR) USBD_STATUS_XACT_ERROR 24",
-          "usb,     WDU_Bulk_Out Err SendCmd(hdr) USBD_STATUS_XACT_ERROR 256",
-          "usb,     WDU_Bulk_Out Err SendCmd(80:7A) USBD_STATUS_XACT_ERROR",
-          "usb,     WDU_Bulk_In err ReadPacket(80:0) TIMEOUT_EXPIRED"}},
-        {2,
-         {"usb,     WDU_Bulk_Out Err SendCmd(hdr) USBD_STATUS_XACT_ERROR 256",
-          "usb,     WDU_Bulk_Out Err SendCmd(CMD_HDR) USBD_STATUS_XACT_ERROR 24"}},
-    };
+    const std::string whole = "usb,     WDU_Bulk_Out Err SendCmd(hdr) USBD_STATUS_XACT_ERROR 256",
+                      header = "usb,     WDU_Bulk_Out Err SendCmd(CMD_HDR) USBD_STATUS_XACT_ERROR 24",
+                      data = "usb,     WDU_Bulk_Out Err SendCmd(80:7A) USBD_STATUS_XACT_ERROR",
+                      read = "usb,     WDU_Bulk_In err ReadPacket(80:0) TIMEOUT_EXPIRED";
+    const std::tuple<uint32_t, Texts> cases[] = {
+        {0, {whole, header, header}}, {1, {whole, header, whole, data, read}}, {2, {whole, header}}};
     AnswerReads({0x20000015});
-    for (const auto &c : cases) {
-        transport.SetVerbose(c.verbose);
+    for (const auto &[verbose, expected] : cases) {
+        transport.SetVerbose(verbose);
         scripted::Attach(); // counts anew
         TakeLog();
         CmdPkt packet(0x7A);
@@ -84,40 +76,26 @@ TEST_F(TransportTest, FailedSendsAreLoggedTwiceThenByVerbosity) {
         transport.SendCmd(packet);
         EXPECT_EQ(transport.SendCmdData(packet, 80), 0xC0000011u);
         EXPECT_EQ(transport.ReadPacket(80), k274::kReadFailed);
-        EXPECT_EQ(Log(), c.expected) << c.verbose;
+        EXPECT_EQ(Log(), expected) << verbose;
     }
 }
 
-TEST_F(TransportTest, ShortSendIsLoggedAndReturnsItsStatus) {
-    AnswerSends({0, {}, 255});
-    CmdPkt packet(0x41);
-    EXPECT_EQ(transport.SendCmd(packet), 0u);
-    EXPECT_THAT(Log(), ElementsAre("usb,     WDU_Bulk_Out Err SendCmd(hdr) WD_STATUS_SUCCESS 256"));
-}
-
 TEST_F(TransportTest, DataRepliesByLength) {
-    const struct {
-        uint32_t asked;
-        size_t came;
-        int64_t claimed;
-        uint32_t result;
-        Texts lines;
-    } cases[] = {
-        {80, 336, -1, 1, {}},
-        {80, 80, -1, 1, {}},
-        {80, 20, -1, 1, {}},
-        {4096, 4352, -1, 1, {}},
-        {4096, 20, -1, 1, {}},
-        {4096, 4096, -1, 0, {"usb,     ReadPacket  ?"}},
-        {4096, 80, -1, 0, {"usb,     ReadPacket err pktsz 4096, xfred 80, sn 0:0"}},
-        {4096, 0, -1, 0, {"usb,     ReadPacket err pktsz 4096, xfred 0, sn 0:0"}},
-        {4096, 300000, -1, 0, {"usb,     ReadPacket err pktsz 4096, xfred 196608, sn 0:0"}},
-        {80, 0, 0x7FFFFFFF, 0, {"usb,     ReadPacket err pktsz 80, xfred 2147483647, sn 0:0"}},
-    };
-    for (const auto &c : cases) {
-        AnswerReads({0, Bytes(c.came), c.claimed});
-        EXPECT_EQ(transport.ReadPacket(c.asked), c.result) << c.asked << ' ' << c.came;
-        EXPECT_EQ(TakeLog(), c.lines) << c.asked << ' ' << c.came;
+    const std::string wrong = "usb,     ReadPacket err pktsz 4096, xfred ";
+    const std::tuple<uint32_t, Reply, uint32_t, Texts> cases[] = {
+        {80, {0, Bytes(336)}, 1, {}},
+        {80, {0, Bytes(80)}, 1, {}},
+        {4096, {0, Bytes(4352)}, 1, {}},
+        {4096, {0, Bytes(20)}, 1, {}},
+        {4096, {0, Bytes(4096)}, 0, {"usb,     ReadPacket  ?"}},
+        {4096, {0, Bytes(80)}, 0, {wrong + "80, sn 0:0"}},
+        {4096, {0, {}}, 0, {wrong + "0, sn 0:0"}},
+        {4096, {0, Bytes(300000)}, 0, {wrong + "196608, sn 0:0"}},
+        {4096, {0, {}, 0x7FFFFFFF}, 0, {wrong + "2147483647, sn 0:0"}}};
+    for (const auto &[asked, reply, result, lines] : cases) {
+        AnswerReads(reply);
+        EXPECT_EQ(transport.ReadPacket(asked), result) << asked << ' ' << reply.bytes.size();
+        EXPECT_EQ(TakeLog(), lines) << asked << ' ' << reply.bytes.size();
     }
 }
 
@@ -140,20 +118,16 @@ TEST_F(TransportTest, ImagePacketsByLength) {
     std::vector<uint8_t> packet = Bytes(1000);
     packet[8] = 0x94;
     packet[9] = 0x08;
-    const struct {
-        Reply reply;
-        uint32_t result;
-        Texts lines;
-    } cases[] = {
+    const std::string wrong = "usb,     ReadImgPkt err ln 2196, pktsz 1000, xfred ";
+    const std::tuple<Reply, uint32_t, Texts> cases[] = {
         {{0, packet}, 1, {}},
         {{0x20000015, {}}, 0, {"usb,     WDU_Bulk_In err ReadImgPkt(1000:0) TIMEOUT_EXPIRED "}},
-        {{0, packet, 999}, 0, {"usb,     ReadImgPkt err ln 2196, pktsz 1000, xfred 999, sn -1:0"}},
-        {{0, packet, 99999999}, 0, {"usb,     ReadImgPkt err ln 2196, pktsz 1000, xfred 99999999, sn -1:0"}},
-    };
-    for (const auto &c : cases) {
-        AnswerReads(c.reply);
-        EXPECT_EQ(transport.ReadImgPkt(transport.imagePacketBuffer, 1000), c.result);
-        EXPECT_EQ(TakeLog(), c.lines);
+        {{0, packet, 999}, 0, {wrong + "999, sn -1:0"}},
+        {{0, packet, 99999999}, 0, {wrong + "99999999, sn -1:0"}}};
+    for (const auto &[reply, result, lines] : cases) {
+        AnswerReads(reply);
+        EXPECT_EQ(transport.ReadImgPkt(transport.imagePacketBuffer, 1000), result);
+        EXPECT_EQ(TakeLog(), lines);
     }
 }
 
@@ -175,36 +149,19 @@ TEST_F(TransportTest, WithoutScannerNothingIsTransferred) {
     EXPECT_FALSE(transport.ResetPipes());
 }
 
-TEST_F(TransportTest, WritePacketSendsHeaderAndData) {
-    EXPECT_EQ(transport.WritePacket(1000), 1u);
-    EXPECT_THAT(TheDriver().sent[0].bytes, SizeIs(1256));
-    EXPECT_EQ(TheDriver().sent[0].bytes[2], 0xFF);
-    AnswerSends({0, {}, 1255});
-    EXPECT_EQ(transport.WritePacket(1000), 0u);
-    EXPECT_THAT(Log(), IsEmpty());
-}
-
 TEST_F(TransportTest, CyclePortWaitsForTheScanner) {
-    const Texts done = {"usb,     Cycle Port...", "usb,     Cycle Port OK", "usb,     Cycle Port offline"};
-    auto with = [&](const char *last) {
-        Texts lines = done;
-        lines.push_back(last);
-        return lines;
+    const auto cycle = [&](const char *last, uint32_t slept) {
+        test_clock::Reset();
+        transport.CyclePort();
+        EXPECT_THAT(TakeLog(), ElementsAre("usb,     Cycle Port...", "usb,     Cycle Port OK",
+                                           "usb,     Cycle Port offline", last));
+        EXPECT_EQ(test_clock::TotalSlept(), slept);
     };
-    test_clock::Reset();
-    transport.CyclePort(); // the scanner never goes
-    EXPECT_EQ(TakeLog(), with("usb,     Cycle Port ONLINE"));
-    EXPECT_EQ(test_clock::TotalSlept(), 100u + 500u);
-
+    cycle("usb,     Cycle Port ONLINE", 100 + 500); // the scanner never goes
     TheDriver().onReset = [](uint32_t) { scripted::Detach(); };
-    test_clock::Reset();
-    transport.CyclePort(); // the scanner goes and never comes back
-    EXPECT_EQ(TakeLog(), with("usb,     Cycle Port OFFLINE"));
-    EXPECT_EQ(test_clock::TotalSlept(), 100u + 1000u);
-
-    test_clock::Reset();
-    transport.CyclePort(); // there is none: the driver is not asked
-    EXPECT_EQ(TakeLog()[1], "usb,     Cycle Port ERR");
+    cycle("usb,     Cycle Port OFFLINE", 100 + 1000); // it goes and never comes back
+    transport.CyclePort();                            // there is none: the driver is not asked
+    EXPECT_EQ(Log()[1], "usb,     Cycle Port ERR");
     EXPECT_THAT(TheDriver().calls, testing::Contains("WDU_ResetDevice 2").Times(2));
 }
 

@@ -1,3 +1,4 @@
+// Log lines: their form, where they go, and those of hosts and of threads.
 #include "src/log/log.h"
 
 #include "include/k274.h"
@@ -18,11 +19,6 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::MatchesRegex;
 
-std::string Contents(const std::string &file) {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
-
 struct LogTest : LibraryTest {};
 
 TEST_F(LogTest, LinesCarryNumberTimeAndCategory) {
@@ -32,54 +28,38 @@ TEST_F(LogTest, LinesCarryNumberTimeAndCategory) {
     k274::log.Fw("Card in");
     k274::log.Write("");
     k274::log.Blank();
-    EXPECT_THAT(Contents(LogFile()),
+    k274::log.Usb(std::string(300, 'a').c_str()); // category lines are cut to 127 characters
+    k274::state.running = 0;
+    k274::log.Write("dropped");
+    k274::log.Write("WDU_Init-64 Error 5"); // only this is written while nothing runs
+    std::ifstream stream(LogFile(), std::ios::binary);
+    EXPECT_THAT((std::string{std::istreambuf_iterator<char>(stream), {}}),
                 MatchesRegex("00001,[0-6]:[0-9][0-9]:[0-9][0-9]:[0-9][0-9].[0-9][0-9], plain\r\n"
                              "00002,.{13}, usb,     Reset Pipe OK\r\n"
                              "00003,.{13}, image,   x\r\n"
                              "00004,.{13}, fw,      Card in\r\n"
                              "\r\n"
-                             "00005,.{13},  \r\n"));
-}
-
-TEST_F(LogTest, CategoryLinesAreCutTo127Characters) {
-    k274::log.Usb(std::string(300, 'a').c_str());
-    EXPECT_THAT(Log(), ElementsAre("usb,     " + std::string(118, 'a')));
-}
-
-TEST_F(LogTest, WritesOnlyWhileRunningExceptDriverStart) {
-    k274::state.running = 0;
-    k274::log.Write("dropped");
-    k274::log.Write("WDU_Init-64 Error 5");
-    EXPECT_THAT(Log(), ElementsAre("WDU_Init-64 Error 5"));
+                             "00005,.{13},  \r\n"
+                             "00006,.{13}, usb,     a{118}\r\n"
+                             "00007,.{13}, WDU_Init-64 Error 5\r\n"));
 }
 
 TEST_F(LogTest, PathDecidesWhetherAndWhereLinesGo) {
     std::filesystem::remove(LogFile());
     k274::log.Write("the file is not created again");
     EXPECT_FALSE(std::filesystem::exists(LogFile()));
-
-    const std::string absent = folder + "absent/";
-    K274_SetLogPath(absent.c_str());
-    k274::log.Open();
-    k274::log.Write("no such folder");
-    EXPECT_FALSE(std::filesystem::exists(absent));
-
-    char directory[k274::Log::kPathSize];
-    for (const std::string &refused : {std::string(245, 'd'), std::string(4000, 'd')}) {
-        K274_SetLogPath(refused.c_str());
+    const std::string absent = folder + "absent/", longest = absent + std::string(244 - absent.size(), 'd');
+    const std::pair<std::string, std::string> cases[] = {
+        {absent, absent}, {longest, longest}, {longest + "d", ""}, {std::string(4000, 'd'), ""}};
+    for (const auto &[path, working] : cases) {
+        char directory[k274::Log::kPathSize];
+        K274_SetLogPath(path.c_str());
+        k274::log.Open();
+        k274::log.Write("no such folder");
         k274::log.CopyWorkingDirectory(directory, sizeof directory);
-        EXPECT_STREQ(directory, "") << refused.size();
+        EXPECT_EQ(directory, working);
     }
-    const std::string longest(244, 'd');
-    K274_SetLogPath(longest.c_str());
-    k274::log.CopyWorkingDirectory(directory, sizeof directory);
-    EXPECT_EQ(directory, longest);
-
-    K274_SetLogPath(nullptr);
-    k274::log.CopyWorkingDirectory(directory, sizeof directory);
-    EXPECT_STREQ(directory, "");
-    k274::log.Open();
-    k274::log.Write("nowhere");
+    EXPECT_FALSE(std::filesystem::exists(absent));
 }
 
 TEST_F(LogTest, HostTextsWaitForTheMonitorThread) {

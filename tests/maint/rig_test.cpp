@@ -45,8 +45,8 @@ TEST_F(RigTest, LinesMirrorLedsAndLogIn) {
 TEST_F(RigTest, ScanLineFollowsTheScan) {
     scanner.words = {3, 7, 0x1F, 0x5F, 0, 0};
     k274::ScanSequence();
-    // The transfer LED goes out, state 3, infrared lines, last lines.
-    EXPECT_EQ(Trace(), "8=0 8=0 8=1 8=0 ");
+    // Each transfer ends with its LED's line low; then states 2 (low and high again), 3, 6 and 7.
+    EXPECT_EQ(Trace(), "8=0 8=0 8=1 8=0 8=0 8=0 8=1 8=0 8=0 ");
 }
 
 } // namespace

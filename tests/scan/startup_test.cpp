@@ -1,7 +1,7 @@
 #include "src/scan/startup.h"
 
 #include "include/k274.h"
-#include "src/carddata/sd_version.h"
+#include "src/carddata/barcode.h"
 #include "src/scan/notify.h"
 #include "tests/support/library_fixture.h"
 
@@ -105,7 +105,8 @@ TEST_F(StartupTest, AfeRegistersAboveTheLimitAreReported) {
 }
 
 TEST_F(StartupTest, OtherBarcodeLibraryIsReported) {
-    k274::barcodeLibrary.minor = 4;
+    scripted::TheDecoder().minor = 4;
+    k274::SdVersion();
     Check();
     EXPECT_THAT(States(), ElementsAre(-2));
     EXPECT_EQ(Log()[0], "Barcode ver error, is: 1.4 SB: 1.5");

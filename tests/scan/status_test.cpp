@@ -2,6 +2,7 @@
 
 #include "include/k274.h"
 #include "src/api/image_set.h"
+#include "src/carddata/barcode.h"
 #include "src/common/bytes.h"
 #include "src/common/state.h"
 #include "src/link/session.h"
@@ -212,6 +213,7 @@ TEST_F(StatusTest, EventsOfTheFirstSecondsAndUnendedTexts) {
 }
 
 TEST_F(StatusTest, ResetNoticeReadsVersionsAndTablesAgain) {
+    k274::SdVersion();
     scanner.replyKind = 1;
     monitor.uptime = 2;
     k274::PollStatus();
@@ -220,7 +222,8 @@ TEST_F(StatusTest, ResetNoticeReadsVersionsAndTablesAgain) {
     TheDriver().sent.clear();
     k274::PollStatus();
     EXPECT_THAT(States(), ElementsAre(12));
-    EXPECT_THAT(scripted::SentCodes(), ElementsAre(0x00, 0x7F, 0x13));
+    // It asks for no firmware, so that the checks of the start follow.
+    EXPECT_THAT(scripted::SentCodes(), ElementsAre(0x00, 0x7F, 0x13, 0x72, 0x60, 0x7F));
 }
 
 TEST_F(StatusTest, LinkStateTable) {

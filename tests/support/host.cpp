@@ -36,6 +36,9 @@ void HostTest::SetUpTestSuite() {
 void HostTest::SetUp() {
     char name[] = "/tmp/k274-test-XXXXXX";
     folder = std::string(mkdtemp(name)) + "/";
+    K274_ScanMode(0);
+    K274_SetBcdOpt(1);
+    K274_SetBcDecMode(0);
     Mark();
 }
 

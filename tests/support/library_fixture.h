@@ -1,6 +1,7 @@
 // A library as just loaded, in front of the scripted driver, with its log in a folder of the test's own.
 #pragma once
 
+#include "tests/support/scripted_decoder.h"
 #include "tests/support/scripted_driver.h"
 #include "tests/support/test_clock.h"
 
@@ -24,8 +25,9 @@ protected:
     Texts TakeLog();
     std::string LogFile() const { return folder + "K274dll.log"; }
 
-    /// Codes delivered to the callback so far.
+    /// Codes delivered to the callback so far; the second form then forgets them.
     static std::vector<int> States();
+    static std::vector<int> TakeStates();
 
     /// Attaches a device without starting the library, for tests of single operations.
     static void OpenDriver();

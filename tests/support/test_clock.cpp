@@ -3,6 +3,8 @@
 #include "platform/os/os.h"
 
 #include <atomic>
+#include <condition_variable>
+#include <mutex>
 #include <numeric>
 #include <thread>
 
@@ -13,6 +15,11 @@ namespace {
 constexpr int64_t kStart = 1'700'000'000'000;
 std::atomic<int64_t> now{kStart};
 thread_local std::vector<uint32_t> sleeps;
+
+constexpr uint32_t kNoneHeld = 0;
+std::mutex heldLock;
+std::condition_variable released;
+uint32_t held = kNoneHeld;
 
 } // namespace
 
@@ -25,6 +32,19 @@ void Advance(int64_t milliseconds) { now += milliseconds; }
 std::vector<uint32_t> Sleeps() { return sleeps; }
 uint32_t TotalSlept() { return std::accumulate(sleeps.begin(), sleeps.end(), 0u); }
 
+void Hold(uint32_t milliseconds) {
+    std::lock_guard guard(heldLock);
+    held = milliseconds;
+}
+
+void Release() {
+    {
+        std::lock_guard guard(heldLock);
+        held = kNoneHeld;
+    }
+    released.notify_all();
+}
+
 } // namespace test_clock
 
 namespace os {
@@ -32,6 +52,10 @@ namespace os {
 void SleepMs(uint32_t milliseconds) {
     test_clock::now += milliseconds;
     test_clock::sleeps.push_back(milliseconds);
+    {
+        std::unique_lock guard(test_clock::heldLock);
+        test_clock::released.wait(guard, [&] { return test_clock::held != milliseconds; });
+    }
     std::this_thread::yield();
 }
 

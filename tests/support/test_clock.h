@@ -1,4 +1,5 @@
-// The clock of tests that link the library's objects: a sleep takes no time but moves the clock on.
+// The clock of tests that link the library's objects: a sleep takes no time but moves the clock on, unless
+// the test holds sleeps of its length.
 #pragma once
 
 #include <cstdint>
@@ -13,5 +14,9 @@ void Advance(int64_t milliseconds);
 /// The sleeps of the calling thread since Reset.
 std::vector<uint32_t> Sleeps();
 uint32_t TotalSlept();
+
+/// From now on sleeps of this length last until Release.
+void Hold(uint32_t milliseconds);
+void Release();
 
 } // namespace test_clock

@@ -1,0 +1,138 @@
+#include "src/maint/programming.h"
+
+#include "src/common/locks.h"
+#include "src/common/state.h"
+#include "src/common/text.h"
+#include "src/link/session.h"
+#include "src/link/transport.h"
+#include "src/log/log.h"
+#include "src/scan/startup.h"
+
+#include <algorithm>
+
+namespace k274 {
+
+namespace {
+
+constexpr size_t kMostFileBytes = 131072;
+constexpr int32_t kHoldOffPasses = 60;
+constexpr int kImageResource = 101;
+
+enum FlashSub : uint8_t { kLoadImage = 1, kProgramImage = 2, kFormat = 3 };
+enum FpgaSub : uint8_t { kEraseAndProgram = 0, kProgramOnly = 1, kEraseOnly = 2 };
+
+uint8_t *StagingArea() { return transport.transferBuffer + kReplyDataOffset; }
+static_assert(kMostFileBytes + kReplyDataOffset <= kTransferBufferSize);
+
+// Reads a file into the staging area and logs its size; what does not fit is cut off.
+bool StageFile(const char *path, const char *openError, size_t *size) {
+    if (!os::ReadFileInto(path ? path : "", StagingArea(), kMostFileBytes, size)) {
+        log.Image(openError);
+        return false;
+    }
+    log.Image(Format("Read %d bytes", static_cast<int>(*size)));
+    return true;
+}
+
+size_t StageCarriedImage() {
+    const os::Resource image = os::FindResource("FW_IMG", kImageResource);
+    const size_t size = std::min<size_t>(image.size, kTransferBufferSize - kReplyDataOffset);
+    std::copy_n(image.data, image.data ? size : 0, StagingArea());
+    return image.data ? size : 0;
+}
+
+// A transfer without a scanner counts as sent, as the transport's result lays down; the reply that is missing
+// then reads as refused.
+ProgramResult LoadFlash(size_t size, bool fromFile) {
+    CmdPkt &header = transport.FreshHeader();
+    header.code = command::kFlash;
+    header.sub = kLoadImage;
+    header.SetDword0(static_cast<uint32_t>(size));
+    header.arg0 = kLibraryFirmwareVersion[0];
+    header.arg1 = kLibraryFirmwareVersion[1];
+    header.arg2 = kLibraryFirmwareVersion[2];
+    header.arg3 = fromFile ? 1 : 0;
+    if (transport.WritePacket(static_cast<uint32_t>(size)) == kIncomplete)
+        return kNotTransferred;
+    CmdPkt reply;
+    if (transport.ReadPacketHdr(reply) == kIncomplete)
+        return kNotTransferred;
+    if (reply.status == 0)
+        return kProgrammed;
+    log.Image(Format("Error status = %d", reply.status));
+    return kImageRefused;
+}
+
+} // namespace
+
+ProgramResult ProgFlash(const char *path) {
+    DeviceGuard guard(deviceLock);
+    size_t size = 0;
+    if (path) {
+        log.Image(Format("Prog flash %s", path));
+        if (!StageFile(path, "Error opening file", &size))
+            return kNoImage;
+    } else {
+        size = StageCarriedImage();
+    }
+    if (size == 0) {
+        log.Image("Error reading flash file");
+        return kNoImage;
+    }
+    if (const ProgramResult loaded = LoadFlash(size, path != nullptr); loaded != kProgrammed)
+        return loaded;
+    CmdPkt program(command::kFlash, kProgramImage);
+    transport.SendCmd(program);
+    log.Image("Programing firmware...");
+    os::SleepMs(200);
+    return kProgrammed;
+}
+
+ProgramResult ProgramFirmware(const char *path) {
+    const ProgramResult result = ProgFlash(path);
+    state.firmwareHoldOff = kHoldOffPasses;
+    return result;
+}
+
+void FormatFlash() {
+    CmdPkt packet(command::kFlash, kFormat);
+    DeviceGuard guard(deviceLock);
+    transport.SendCmd(packet);
+}
+
+void EraseFpga() {
+    log.Image("Erase FPGA...");
+    CmdPkt packet(command::kFpga, kEraseOnly);
+    DeviceGuard guard(deviceLock);
+    transport.SendCmd(packet);
+}
+
+ProgramResult ProgFpga(const char *path, bool eraseFirst) {
+    DeviceGuard guard(deviceLock);
+    ReadVersion();
+    bool known;
+    {
+        std::lock_guard record(recordLock);
+        known = session.version.firmware[0] != 0;
+    }
+    if (!known) {
+        log.Image("ProgFpga - USB error");
+        return kNotTransferred;
+    }
+    log.Image(Format("Prog fpga %s", path ? path : ""));
+    size_t size = 0;
+    if (!StageFile(path, "Error opening fpga file", &size))
+        return kNoImage;
+    if (size == 0) {
+        log.Image("Error reading fpga file");
+        return kNoImage;
+    }
+    log.Image(eraseFirst ? "Program FPGA..." : "Program FPGA - no erase...");
+    CmdPkt &header = transport.FreshHeader();
+    header.code = command::kFpga;
+    header.sub = eraseFirst ? kEraseAndProgram : kProgramOnly;
+    header.SetDword0(static_cast<uint32_t>(size));
+    return transport.WritePacket(static_cast<uint32_t>(size)) == kIncomplete ? kNotTransferred : kProgrammed;
+}
+
+} // namespace k274

@@ -1,0 +1,76 @@
+#include "src/maint/usb_test.h"
+
+#include "src/common/locks.h"
+#include "src/common/state.h"
+#include "src/common/text.h"
+#include "src/link/transport.h"
+#include "src/log/log.h"
+
+namespace k274 {
+
+namespace {
+
+// Numbers that stand for a step of the recovery ladder.
+constexpr int32_t kCyclePort = 0xFFFFF, kHardReset = 0xFFFFE, kResetPipes = 0xFFFFD;
+
+constexpr int32_t kFirstRunning = 1, kLastRunning = 3999998;
+constexpr int32_t kReportInterval = 2000;
+constexpr int32_t kExchangesPerMegabyte = 20;
+
+constexpr int32_t kSendFailed = -1, kReadFailedResult = -2;
+
+int32_t Exchange(int32_t number, uint32_t length) {
+    if (number == 1)
+        log.Usb("Loopback test Starting...\n");
+    CmdPkt packet(command::kLoopback);
+    packet.SetDword0(static_cast<uint32_t>(number));
+    packet.SetDword1(length);
+    if (transport.SendCmd(packet) != 0) {
+        log.Usb("Loopback test SendCmd error");
+        return kSendFailed;
+    }
+    // A reply that the buffer cannot hold is not waited for.
+    if (length <= kTransferBufferSize - kReplyDataOffset && transport.ReadPacket(length) == kComplete)
+        return 0;
+    log.Usb("Loopback test ReadPacket error-1");
+    return kReadFailedResult;
+}
+
+int32_t Step(int32_t number, uint32_t length) {
+    switch (number) {
+    case kCyclePort:
+        log.Write("");
+        transport.CyclePort();
+        return 0;
+    case kHardReset:
+        log.Write("");
+        transport.HardReset();
+        return 0;
+    case kResetPipes:
+        log.Write("");
+        transport.ResetPipes();
+        return 0;
+    default:
+        return Exchange(number, length);
+    }
+}
+
+} // namespace
+
+int32_t UsbTest(int32_t number, uint32_t length) {
+    state.loopbackCount = number;
+    if (number == 0 && length == 0)
+        return 0;
+    DeviceGuard guard(deviceLock);
+    const int32_t result = Step(number, length);
+    if ((number != 0 && number % kReportInterval == 0) || result < 0)
+        log.Usb(Format("Loopback sent %d MB", number / kExchangesPerMegabyte));
+    return result;
+}
+
+bool UsbTestRuns() {
+    const int32_t count = state.loopbackCount;
+    return count >= kFirstRunning && count <= kLastRunning;
+}
+
+} // namespace k274

@@ -1,0 +1,171 @@
+// Every step that computes pixels leaves, byte for byte, what the literal loops leave.
+#include "bench/literal/ir_uv.h"
+#include "bench/literal/rgb.h"
+#include "src/capture/gain_rows.h"
+#include "src/carddata/barcode_images.h"
+#include "tests/support/images.h"
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <tuple>
+
+namespace k274 {
+namespace {
+
+template <typename View>
+using Store = void (*)(const uint8_t *block, int number, View raw);
+
+template <typename View, typename Image>
+void ExpectStores(Image image, int blockBytes, Store<View> store, Store<View> literal,
+                  std::initializer_list<int> numbers) {
+    Image expected = image.Randomize(1);
+    std::vector<uint8_t> block(static_cast<size_t>(blockBytes)); // exactly: a byte beyond is noticed
+    for (const int number : numbers) {
+        FillRandom(block, static_cast<uint32_t>(number));
+        store(block.data(), number, image.View());
+        literal(block.data(), number, expected.View());
+        ASSERT_TRUE(image.bytes == expected.bytes) << number;
+    }
+}
+
+TEST(Steps, StoreBlocksOfEveryNumber) {
+    ExpectStores<ColourView>(ColourImage(), kRgbBlockBytes, RgbLineStore, reference::RgbLineStore,
+                             {INT_MIN, -12,  -8,   -7,   0,    3,    4,    5,    15,   16,   100,
+                              1147,    1148, 2188, 2283, 2284, 2285, 2286, 2288, 2296, 2297, INT_MAX});
+    ExpectStores<GreyView>(
+        GreyImage(), kIrBlockBytes, IrLineStore, reference::IrLineStore,
+        {INT_MIN, -6, -5, -4, 5, 6, 7, 100, 1200, 2289, 2382, 2383, 2384, 2394, 2395, INT_MAX});
+}
+
+TEST(Steps, GainRowsOfEveryByteAndGain) {
+    // 256 pixels, and one more so that a part of a pattern is left over.
+    std::vector<uint8_t> from(3 * 257), fast(from.size()), portable(from.size());
+    for (size_t i = 0; i < from.size(); i++)
+        from[i] = static_cast<uint8_t>(i / 3);
+    const auto both = [&](const uint16_t(&gains)[3], size_t bytes) {
+        GainRow(from.data(), fast.data(), static_cast<int>(bytes), GainPattern(gains));
+        GainRowPortable(from.data(), portable.data(), static_cast<int>(bytes), GainPattern(gains));
+        ASSERT_EQ(fast, portable);
+    };
+    for (uint32_t gain = 0; gain <= 65535; gain += 3) {
+        const uint16_t gains[3] = {static_cast<uint16_t>(gain), static_cast<uint16_t>(gain + 1),
+                                   static_cast<uint16_t>(gain + 2)};
+        both(gains, from.size());
+        for (size_t i = 0; i < from.size(); i++)
+            if (fast[i] != std::min<uint32_t>(255, (uint32_t{from[i]} * gains[i % 3]) >> 7))
+                FAIL() << int{from[i]} << " x " << gains[i % 3] << " gives " << int{fast[i]};
+    }
+    for (size_t bytes = 0; bytes <= 150; bytes++) { // nothing is written behind the row
+        fast.assign(from.size(), 255);
+        portable = fast;
+        both({1, 2, 3}, bytes);
+        ASSERT_EQ(static_cast<size_t>(std::count(fast.begin(), fast.end(), 255)), fast.size() - bytes);
+    }
+}
+
+TEST(Steps, GainsOfImages) {
+    static RgbGains gains;
+    static uint16_t irGains[kSensorRows];
+    std::mt19937 random(7);
+    for (int row = 0; row < kSensorRows; row++) {
+        irGains[row] = static_cast<uint16_t>(random() % 327);
+        for (uint16_t &gain : gains[row])
+            gain = static_cast<uint16_t>(random() % 327);
+    }
+    ColourImage raw, corrected, expected = raw.Randomize(2);
+    reference::RgbIllumGain(gains, expected.View());
+    RgbIllumGain(raw.View(), gains, corrected.View());
+    EXPECT_TRUE(corrected.bytes == expected.bytes);
+    CopyImage(raw.View(), corrected.View());
+    ASSERT_TRUE(corrected.bytes == raw.bytes);
+    RgbIllumGain(corrected.View(), gains, corrected.View());
+    EXPECT_TRUE(corrected.bytes == expected.bytes) << "in place";
+    for (const char kind : {'V', 'f'}) {
+        RgbWccGain(kind, gains, corrected.View());
+        reference::RgbWccGain(kind, gains, expected.View());
+        EXPECT_TRUE(corrected.bytes == expected.bytes) << kind;
+    }
+
+    GreyImage infrared, irCorrected, irExpected = infrared.Randomize(3);
+    IrIllumGain(infrared.View(), irGains, irCorrected.View());
+    reference::IrIllumGain(irGains, irExpected.View());
+    EXPECT_TRUE(irCorrected.bytes == irExpected.bytes);
+}
+
+TEST(Steps, RedContrast) {
+    const ContrastTable table = BuildContrastTable();
+    const int stretched[][2] = {{0, 0},    {15, 0},   {16, 1},   {17, 3},   {18, 6},
+                                {56, 127}, {95, 251}, {96, 255}, {97, 255}, {255, 255}};
+    for (const auto &[from, to] : stretched)
+        EXPECT_EQ(table[static_cast<size_t>(from)], to) << from;
+    GreyImage red0(kSensorRows, kRgbColumns, 0), red1(kSensorRows, kRgbColumns, 9), expected = red1;
+    for (uint8_t &byte : red0.Randomize(4).bytes)
+        byte = static_cast<uint8_t>(byte >> 1); // most within the table's slope
+    RedContrast(table, red0.View(), red1.View());
+    reference::RedContrast(table, red0.View(), expected.View());
+    EXPECT_TRUE(red1.bytes == expected.bytes);
+}
+
+TEST(Steps, BarcodeImages) {
+    ColourImage colours = ColourImage().Randomize(17);
+    GreyImage infrared = GreyImage().Randomize(18), image(kSensorRows, kRgbColumns, 9), literal = image;
+    BuildRedImage(colours.View(), image.View());
+    reference::BuildRedImage(colours.View(), literal.View());
+    EXPECT_TRUE(image.bytes == literal.bytes);
+    BuildIrBarcodeImage(infrared.View(), image.View());
+    reference::BuildIrBarcodeImage(infrared.View(), literal.View());
+    EXPECT_TRUE(image.bytes == literal.bytes);
+}
+
+TEST(Steps, InfraredEdges) {
+    GreyImage raw;
+    EXPECT_EQ(FindIrEdges(raw.View()).frontLeadCol, 260);
+    EXPECT_EQ(FindIrEdges(raw.View()).backLeadCol, 360);
+    for (const int row : {200, 400, 500, 600, 700, 800, 900, 1100})
+        *raw.At(row, 120) = 14;
+    *raw.At(200, 100) = 111;
+    for (const int row : {1500, 1700, 1800, 1900, 2000, 2100, 2200, 2400})
+        *raw.At(row, 350) = 14;
+    *raw.At(2400, 39) = *raw.At(2400, 360) = 112;
+    EXPECT_EQ(FindIrEdges(raw.View()).frontLeadCol, 120);
+    EXPECT_EQ(FindIrEdges(raw.View()).backLeadCol, 350);
+}
+
+// Rows behind the sensor's, before it and before the back's half; leading edges at both ends, the last of
+// which has no columns for the image's end.
+TEST(Steps, InfraredCropsAtAnyPosition) {
+    GreyImage raw, corrected;
+    corrected.Randomize(4);
+    const std::tuple<int, int, int> cases[] = {
+        {1168, 2533, 140}, {1134, 2499, 40}, {1234, 2599, 360}, {3000, 2595, 259}, {-5000, 9000, 41}};
+    for (const auto &[frontEdgeRow, backEdgeRow, leadColumn] : cases) {
+        SCOPED_TRACE(frontEdgeRow);
+        raw.Randomize(5);
+        for (int row = 0; row < kSensorRows; row++) // dark before the card, but for the reference columns
+            for (int column = 40; column < 400; column++)
+                *raw.At(row, column) = column >= leadColumn ? 200 : column == 50 || column == 51 ? 13 : 0;
+        GreyImage front(K274_IR_HEIGHT, K274_IR_WIDTH, 9), back = front, plainFront = front,
+                                                           plainBack = front;
+        const CardPosition card{150, frontEdgeRow, 140, backEdgeRow, false};
+        const IrPosition position = FindIrEdges(raw.View());
+        reference::IrCrop(raw.View(), corrected.View(), card, position, plainFront.View(), plainBack.View());
+        for (const bool enhance : {false, true}) {
+            IrCrop(raw.View(), corrected.View(), card, enhance, front.View(), back.View());
+            EXPECT_TRUE(front.bytes == plainFront.bytes) << enhance;
+            EXPECT_TRUE(back.bytes == plainBack.bytes) << enhance;
+            reference::IrDestripe(plainFront.View());
+            reference::IrDestripe(plainBack.View());
+        }
+    }
+}
+
+TEST(Steps, StretchTablesFollowTheSinglePrecisionSteps) {
+    EXPECT_EQ(kIrStretch[0].a, 106);
+    EXPECT_EQ(kIrStretch[1].wB, 233) << "position 106.91751";
+    EXPECT_EQ(kUvStretch[0].a, 53);
+    EXPECT_TRUE(kUvStretch[642].a == 642 && kUvStretch[642].b == 642 && kUvStretch[642].wB == 0);
+}
+
+} // namespace
+} // namespace k274

@@ -1,0 +1,151 @@
+// What the factory's tests of the library make of the virtual scanner's defects: targets at rest, the lens,
+// the transport; and the pictures at twice the pitch.
+#include "scanner/optics/optics.h"
+#include "tests/support/compare.h"
+#include "tests/support/host.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+
+namespace {
+
+class TargetTest : public HostTest {
+protected:
+    void SetUp() override {
+        HostTest::SetUp();
+        Start();
+    }
+    void TearDown() override {
+        HostTest::TearDown();
+        K274_LstScan(0, 0);
+        VS_SetStillDefects(nullptr);
+        VS_SetLensBlur(0);
+        VS_SetTransportJitter(0);
+    }
+};
+
+TEST_F(TargetTest, DefectsOfTheSensorLowerTheirScores) {
+    const struct {
+        const char *what;
+        VS_StillDefects defects;
+        bool front, back, visible, infrared, ultraviolet; // scores that fall
+    } kCases[] = {{"dead on the front", {700, 6, 0, 0, 1}, true, false, true, true, true},
+                  {"dead on the back", {2000, 6, 0, 0, 1}, false, true, true, true, true},
+                  {"step on the front", {0, 0, 600, 40, 1}, true, false, true, false, true},
+                  {"step on the back", {0, 0, 2100, 40, 1}, false, true, true, false, true}};
+    std::vector<uint8_t> image(1224000);
+    const auto capture = [&image](const VS_StillDefects *defects) {
+        EXPECT_EQ(VS_SetStillDefects(defects), VS_OK);
+        EXPECT_EQ(K274_StillImage(image.data()), 0);
+        std::vector<int32_t> result(74);
+        K274_SiDat(result.data());
+        return result;
+    };
+    constexpr size_t kNoise = 66, kScores = 68, kVerdict = 73;
+    const auto sound = capture(nullptr);
+    EXPECT_GE(sound[kVerdict], 1);
+    for (const auto &c : kCases) {
+        const auto result = capture(&c.defects);
+        const bool falls[] = {c.front, c.back, c.visible, c.infrared, c.ultraviolet};
+        for (size_t k = 0; k < 5; k++) {
+            if (falls[k])
+                EXPECT_LT(result[kScores + k], sound[kScores + k] - 5) << c.what << ", score " << k;
+            else
+                EXPECT_NEAR(result[kScores + k], sound[kScores + k], 2) << c.what << ", score " << k;
+        }
+        EXPECT_LT(result[kVerdict], sound[kVerdict]) << c.what;
+    }
+    const VS_StillDefects kRefused[] = {
+        {2720, 1, 0, 0, 1}, {0, 2721, 0, 0, 1}, {0, 0, 2720, 1, 1}, {0, 0, 0, 256, 1}, {0, 0, 0, 0, 65}};
+    for (const VS_StillDefects &defects : kRefused)
+        EXPECT_EQ(VS_SetStillDefects(&defects), VS_BAD_ARGUMENT);
+    const VS_StillDefects silent{0, 0, 0, 0, 0}, noisy{0, 0, 0, 0, 8};
+    EXPECT_EQ(capture(&silent)[kNoise], 0);
+    const auto noise = capture(&noisy);
+    EXPECT_TRUE(noise[kNoise] > 20 && noise[kVerdict] == -1) << noise[kNoise];
+}
+
+TEST_F(TargetTest, LensIsJudgedByTheFocusImage) {
+    std::vector<uint8_t> image(163200);
+    long last = 0;
+    for (const int blur : {16, 6, 2, 0}) { // ever sharper
+        ASSERT_EQ(VS_SetLensBlur(blur), VS_OK);
+        EXPECT_EQ(K274_GetFocImgAry(image.data()), 1);
+        for (size_t line = 0; line < 10; line++) {
+            long steps = 0;
+            for (size_t i = 16320 * line; i < 16320 * (line + 1) - 3; i += 3)
+                steps += std::abs(image[i] - image[i + 3]);
+            EXPECT_GT(steps, last * 5 / 4) << blur << ", line " << line;
+            if (line == 9)
+                last = steps;
+        }
+    }
+    EXPECT_TRUE(VS_SetLensBlur(-1) == VS_BAD_ARGUMENT && VS_SetLensBlur(33) == VS_BAD_ARGUMENT);
+    EXPECT_EQ(K274_GetFocusImg(0, 1), 1);
+    EXPECT_EQ(K274_GetFocusImg(1, 1), 1);
+}
+
+TEST_F(TargetTest, JitterValueGrowsWithThatOfTheTransport) {
+    int last = 0;
+    for (const double jitter : {0.0, 1.0, 1.5, 2.5}) {
+        VS_SetSeed(1);
+        ASSERT_EQ(VS_SetTransportJitter(jitter), VS_OK);
+        Insert("jitter-test");
+        ASSERT_EQ(WaitFor({38, 9, 11}), 38);
+        const int value = K274_JitterTest() & 0xFFFF;
+        if (jitter == 0)
+            EXPECT_EQ(value, 0);
+        else
+            EXPECT_GT(value, last + 5) << jitter;
+        last = value;
+    }
+    for (const double jitter : {-0.1, 16.1, std::nan("")})
+        EXPECT_EQ(VS_SetTransportJitter(jitter), VS_BAD_ARGUMENT);
+}
+
+/// A part of the art as big as the image.
+Art Crop(const Art &art, int left, int top, int width, int height) {
+    Art part{width, height, art.channels, {}};
+    for (int row = 0; row < height; row++)
+        for (int i = 0; i < width * art.channels; i++)
+            part.bytes.push_back(
+                art.bytes[static_cast<size_t>(((row + top) * art.width + left) * art.channels + i)]);
+    return part;
+}
+
+TEST_F(TargetTest, PicturesAtTwiceThePitchShowTheCardUpright) {
+    K274_LstScan(1, 1000);
+    VS_SetSeed(4);
+    const scanner::Card card = scanner::LoadCard(Sample("licence"));
+    ASSERT_EQ(Scan(), 8);
+    // What the leading edge is ahead of its usual place, in pixels of these pictures.
+    const int lead = 2 * (scanner::PlaceCard(4, 0).leadColumn / 256 - 200);
+    constexpr int kLeftOnFront = 78, kRightOnBack = 932, kWidth = 840, kHeight = 2200;
+    constexpr int kFrontTop = 60, kBackTop = 16; // of the card, that the pictures do not show
+    const Art front = ArtAt(1100, card.front), back = ArtAt(1100, card.back);
+    const auto part = [](const uint8_t *image, int left) {
+        std::vector<uint8_t> bytes;
+        for (int row = 0; row < kHeight; row++)
+            bytes.insert(bytes.end(), image + 3 * (1000 * row + left),
+                         image + 3 * (1000 * row + left + kWidth));
+        return bytes;
+    };
+    const int frontLeft = kLeftOnFront + lead, backLeft = kRightOnBack - lead - kWidth;
+    const auto frontSeen = part(K274_GetImgSliFr(), frontLeft), backSeen = part(K274_GetImgSliBk(), backLeft);
+    const struct {
+        const uint8_t *image;
+        Art art, other;
+    } kSides[] = {{frontSeen.data(), Crop(front, 0, kFrontTop, kWidth, kHeight),
+                   Crop(front, front.width - kWidth, kFrontTop, kWidth, kHeight)},
+                  {backSeen.data(), Crop(back, back.width - kWidth, kBackTop, kWidth, kHeight),
+                   Crop(back, 0, kBackTop, kWidth, kHeight)}};
+    for (const auto &side : kSides) {
+        const ScanImage image{side.image, kWidth, kHeight, 3};
+        const double fidelity = CompareWithArt(image, side.art, FittedTransfer(image, side.art));
+        EXPECT_GT(fidelity, 22);
+        EXPECT_LT(CompareWithArt(image, side.other, FittedTransfer(image, side.other)), fidelity - 3);
+    }
+}
+
+} // namespace
