@@ -34,7 +34,7 @@ void FillMeanLine(ColourView image, int segment) {
         AddBytes(image.Row(segment + kAveragedLine + i), kBytes, sums);
     uint8_t *mean = image.Row(segment + kMeanLine);
     for (int i = 0; i < kBytes; i++) {
-        sums[i] /= kAveragedLines;
+        sums[i] = static_cast<uint16_t>(sums[i] / kAveragedLines);
         mean[i] = static_cast<uint8_t>(sums[i]);
     }
     for (int i = 3 * kNeighbours; i < kBytes - 3 * kNeighbours; i++)
