@@ -4,6 +4,7 @@
 #include "src/common/bytes.h"
 #include "src/common/locks.h"
 #include "src/common/state.h"
+#include "src/link/attach.h"
 #include "src/link/session.h"
 #include "src/scan/notify.h"
 #include "src/scan/startup.h"
@@ -436,6 +437,7 @@ TEST_F(MaintenanceTest, UsbTestCountsAndRecovers) {
 }
 
 TEST_F(MaintenanceTest, TheMonitorLeavesTheLinkToTheUsbTest) {
+    k274::DriverUninit(); // the session opens one of its own
     K274_Init(0);
     Await([&] { return scanner.polls > 2; });
     K274_UsbTest(5, 0);

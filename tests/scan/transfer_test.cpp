@@ -1,5 +1,6 @@
 #include "include/k274.h"
 #include "src/common/state.h"
+#include "src/link/attach.h"
 #include "src/link/session.h"
 #include "src/scan/line_transfer.h"
 #include "src/scan/resend.h"
@@ -273,6 +274,7 @@ TEST_F(TransferTest, ResendDecodesBothImagesBeforeItsEnd) {
 }
 
 TEST_F(TransferTest, MonitorTakesTheRequestUnlessTheScanIsCleared) {
+    k274::DriverUninit(); // the session opens one of its own
     K274_Init(0);
     Await([&] { return scanner.polls > 2; });
     K274_ReSend();

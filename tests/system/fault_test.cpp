@@ -54,16 +54,14 @@ TEST_F(FaultTest, LineFaultsCostARetryOrTheScan) {
 
 TEST_F(FaultTest, GarbageInEveryReplyIsSurvived) {
     Start();
-    K274_ScanMode(82);
-    for (const uint32_t command : {0x00u, 0x01u, 0x13u, 0x15u, 0x60u, 0x66u, 0x7Fu}) {
-        for (uint32_t seed = 1; seed <= 3; ++seed) {
-            VS_RestartFirmware(); // so that versions and tables are read, too
-            Arm(command, VS_IN, seed, 4, VS_FAULT_GARBAGE, 100 * command + seed);
-            Insert();
-            WaitFor({8, 9, 11}, milliseconds(1500));
-            VS_PressEject();
-            ExpectGoodScan();
-        }
+    for (const uint32_t command :
+         {0x00u, 0x01u, 0x02u, 0x03u, 0x07u, 0x13u, 0x15u, 0x20u, 0x60u, 0x66u, 0x72u, 0x7Fu}) {
+        VS_RestartFirmware(); // so that versions and tables are read, too
+        Arm(command, VS_IN, 1, 5, VS_FAULT_GARBAGE, command);
+        Insert();
+        WaitFor({8, 9, 11}, milliseconds(1500));
+        VS_PressEject();
+        ExpectGoodScan();
     }
 }
 
@@ -75,10 +73,10 @@ TEST_F(FaultTest, RandomFaultsAreSurvived) {
     };
     Start();
     K274_ScanMode(82);
-    for (int round = 0; round < 12; ++round) {
+    for (int round = 0; round < 6; ++round) {
         for (int i = 0; i < 3; ++i)
-            Arm(pick({0x00, 0x01, 0x13, 0x15, 0x66, 0x73, VS_ANY_COMMAND}), pick({VS_OUT, VS_IN}),
-                1 + random() % 40, 1 + random() % 3,
+            Arm(pick({0x00, 0x01, 0x02, 0x03, 0x07, 0x20, 0x13, 0x15, 0x66, VS_ANY_COMMAND}),
+                pick({VS_OUT, VS_IN}), 1 + random() % 40, 1 + random() % 3,
                 pick({VS_FAULT_STATUS, VS_FAULT_SHORT, VS_FAULT_LENGTH, VS_FAULT_GARBAGE}),
                 pick({0, 1, 20, 80, 255, 256, 97920, 0x7FFFFFFF, 0xC0000011}));
         Insert();
