@@ -1,5 +1,6 @@
 // A test rig without the hardware: every line that is set goes with its time into the file that K274_RIG_FILE
-// names, "milliseconds channel state" a line, counted from the opening. Without that variable there is no rig.
+// names, "milliseconds channel state" a line, counted from the opening. Without that variable there is no
+// rig.
 #include <chrono>
 #include <cstdint>
 #include <cstdio>

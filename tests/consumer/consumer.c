@@ -1,5 +1,5 @@
-/* A host made outside the tree, as its makers would: C99, the installed header, the installed library. Scans one
- * virtual card and asks about it. */
+/* A host made outside the tree, as its makers would: C99, the installed header, the installed library. Scans
+ * one virtual card and asks about it. */
 #include <k274.h>
 
 #include <stdio.h>

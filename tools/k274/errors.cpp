@@ -29,6 +29,12 @@ const char *ExitName(Exit status) {
         return "bad_card";
     case Exit::kNoVirtualScanner:
         return "no_virtual_scanner";
+    case Exit::kBadFile:
+        return "bad_file";
+    case Exit::kNothingFound:
+        return "nothing_found";
+    case Exit::kFailedTest:
+        return "failed_test";
     case Exit::kInterrupted:
         return "interrupted";
     case Exit::kTerminated:

@@ -20,6 +20,9 @@ enum class Exit {
     kCannotWrite = 9,
     kBadCard = 10,
     kNoVirtualScanner = 11,
+    kBadFile = 12,
+    kNothingFound = 13,
+    kFailedTest = 14,
     kInterrupted = 130,
     kTerminated = 143
 };

@@ -1,9 +1,12 @@
 // Writing beside and renaming: a failed write leaves no half of a file and destroys no good one.
 #include "tools/k274/files.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <fstream>
+#include <iterator>
 #include <system_error>
 #include <utility>
 
@@ -53,6 +56,17 @@ void PrepareFolder(const fs::path &folder) {
     fs::remove(probe, error);
 }
 
+std::vector<uint8_t> ReadFile(const fs::path &path) {
+    std::error_code ignored;
+    std::ifstream stream(path, std::ios::binary);
+    if (!stream || fs::is_directory(path, ignored))
+        throw HostError(Exit::kBadFile, "cannot read " + path.string() + ": there is no such file");
+    std::vector<uint8_t> bytes{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+    if (stream.bad())
+        throw HostError(Exit::kBadFile, "cannot read " + path.string() + ": check the disk it is on");
+    return bytes;
+}
+
 FileSet::~FileSet() {
     std::error_code ignored;
     for (const std::string &name : names_)
@@ -60,11 +74,21 @@ FileSet::~FileSet() {
 }
 
 void FileSet::Add(const std::string &name, const void *bytes, size_t size) {
+    WriteFile(Reserve(name), bytes, size);
+}
+
+fs::path FileSet::Reserve(const std::string &name) {
     std::error_code ignored;
     if (fs::is_directory(folder_ / name, ignored))
         CannotWrite(folder_ / name, "a folder of that name is in the way");
-    WriteFile(folder_ / (name + kBeside), bytes, size);
     names_.push_back(name);
+    return folder_ / (name + kBeside);
+}
+
+void FileSet::Drop(const std::string &name) {
+    std::error_code ignored;
+    fs::remove(folder_ / (name + kBeside), ignored);
+    names_.erase(std::remove(names_.begin(), names_.end(), name), names_.end());
 }
 
 void FileSet::Commit() {

@@ -13,6 +13,9 @@ namespace host {
 /// Throws HostError(kCannotWrite).
 void PrepareFolder(const std::filesystem::path &folder);
 
+/// The whole file. Throws HostError(kBadFile).
+std::vector<uint8_t> ReadFile(const std::filesystem::path &path);
+
 class FileSet {
 public:
     explicit FileSet(std::filesystem::path folder) : folder_(std::move(folder)) {}
@@ -23,6 +26,10 @@ public:
 
     /// Writes the bytes beside the final place. Throws HostError(kCannotWrite).
     void Add(const std::string &name, const void *bytes, size_t size);
+    /// Where someone else is to write a file of the set.
+    std::filesystem::path Reserve(const std::string &name);
+    /// Takes a file back out of the set.
+    void Drop(const std::string &name);
     /// Moves all files to their final places, in the order in which they were added.
     void Commit();
 

@@ -52,10 +52,22 @@ int Run(int argc, char **argv) {
     AddCommonOptions(app, options);
     app.set_version_flag("--version", "k274 " K274_HOST_VERSION);
     AddScan(app, options, chosen);
+    AddResend(app, options, chosen);
+    AddOpen(app, options, chosen);
+    AddReport(app, options, chosen);
+    AddDecode(app, options, chosen);
+    AddDump(app, options, chosen);
     AddWatch(app, options, chosen);
     AddInfo(app, options, chosen);
     AddReset(app, options, chosen);
     AddEject(app, options, chosen);
+    AddCalibrate(app, options, chosen);
+    AddSelftest(app, options, chosen);
+    AddImages(app, options, chosen);
+    AddProgramming(app, options, chosen);
+    AddAreas(app, options, chosen);
+    AddRegisters(app, options, chosen);
+    AddWorkshop(app, options, chosen);
     for (CLI::App *command : app.get_subcommands({})) {
         command->fallthrough(); // the common options may stand behind the command
         command->footer("Options common to all commands: k274 --help");

@@ -104,6 +104,14 @@ void Output::Tick() {
     Flush();
 }
 
+void Output::Progress(const std::string &text) {
+    if (json_)
+        return;
+    ClearLive();
+    Flush();
+    std::fprintf(stderr, "k274: %s\n", text.c_str());
+}
+
 void Output::Object(const ordered_json &object) {
     if (json_)
         Line(Dump(object));

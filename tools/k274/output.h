@@ -32,6 +32,8 @@ public:
     void Pending(const char *stage);
     /// Redraws the pending line.
     void Tick();
+    /// A step of long work, on standard error; for people.
+    void Progress(const std::string &text);
     /// An object for machines, one line.
     void Object(const nlohmann::ordered_json &object);
     /// The last line of a command that failed. Never throws.

@@ -1,4 +1,4 @@
-// PNG through stb_image_write, whose implementation lives in this file alone.
+// PNG and JPEG through stb_image_write, whose implementation lives in this file alone.
 #include "tools/k274/png.h"
 
 #include <cstddef>
@@ -46,6 +46,13 @@ std::vector<uint8_t> EncodePng(const uint8_t *pixels, int width, int height, int
     std::vector<uint8_t> file;
     stbi_write_force_png_filter = kPaeth;
     if (stbi_write_png_to_func(Append, &file, width, height, channels, pixels, width * channels) == 0)
+        throw HostError(Exit::kInternal, "an image cannot be packed: there is not enough memory");
+    return file;
+}
+
+std::vector<uint8_t> EncodeJpeg(const uint8_t *pixels, int width, int height, int channels, int quality) {
+    std::vector<uint8_t> file;
+    if (stbi_write_jpg_to_func(Append, &file, width, height, channels, pixels, quality) == 0)
         throw HostError(Exit::kInternal, "an image cannot be packed: there is not enough memory");
     return file;
 }

@@ -35,7 +35,9 @@ struct Queue {
     std::mutex lock;
     std::condition_variable arrived;
     std::deque<Event> events;
-    std::atomic<bool> capture{false}; // set before the library starts
+    // Set before the library starts.
+    std::atomic<bool> capture{false};
+    std::atomic<Extent> extent{Extent::kFull};
 };
 
 // Never destroyed: the library's thread may be in the callback while the process ends.
@@ -46,19 +48,31 @@ Queue &TheQueue() {
 
 // The images are copied here, while the scanner's thread waits for the callback: that is the one moment at
 // which no card, however soon it follows, can be writing them. It costs a few milliseconds a scan.
-std::shared_ptr<const Capture> CaptureOrNone() {
+std::shared_ptr<const Capture> CaptureOrNone(Extent extent) {
     try {
-        return std::make_shared<Capture>(TakeCapture());
+        return std::make_shared<Capture>(TakeCapture(extent));
     } catch (const std::bad_alloc &) { // no exception may cross the library
+        return nullptr;
+    }
+}
+
+std::shared_ptr<const K274_Barcode> BarcodeOrNone() {
+    try {
+        const auto barcode = std::make_shared<K274_Barcode>();
+        K274_GetBC(barcode.get());
+        return barcode;
+    } catch (const std::bad_alloc &) {
         return nullptr;
     }
 }
 
 void K274_CALLBACK OnState(int32_t state) noexcept {
     Queue &queue = TheQueue();
-    Event event{state, Clock::now(), nullptr};
+    Event event{state, Clock::now(), nullptr, nullptr};
     if (state == K274_STATE_COMPLETE && queue.capture)
-        event.capture = CaptureOrNone();
+        event.capture = CaptureOrNone(queue.extent);
+    if (state == K274_STATE_BARCODE_READY && queue.capture)
+        event.barcode = BarcodeOrNone();
     const std::lock_guard<std::mutex> held(queue.lock);
     queue.events.push_back(std::move(event));
     queue.arrived.notify_one();
@@ -116,7 +130,10 @@ Session::Session(const Options &options, Output &output, const SessionSettings &
     SetLog(options.logFolder);
     CatchSignals();
     TheQueue().capture = settings.capture;
+    TheQueue().extent = settings.scanMode == kScanModeRgb ? Extent::kVisible : Extent::kFull;
     K274_ScanMode(settings.scanMode);
+    K274_SetBcdOpt(settings.barcodes ? 1 : 0);
+    K274_SetBcDecMode(settings.decodeMode);
     K274_RegNewScanCB(OnState);
     output_.SetStart(start_);
     const int32_t result = K274_Init(0);

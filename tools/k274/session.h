@@ -18,15 +18,20 @@ using Clock = std::chrono::steady_clock;
 struct Event {
     int32_t state;
     Clock::time_point time;
-    std::shared_ptr<const Capture> capture; // with state 8, when captures were asked for
+    std::shared_ptr<const Capture> capture;      // with state 8, when captures were asked for
+    std::shared_ptr<const K274_Barcode> barcode; // with state 4, likewise
 };
 
 /// A moment `seconds` from now; the end of time for 0.
 Clock::time_point Deadline(double seconds);
 
+constexpr uint8_t kScanModeRgb = 82; // ends every scan after the visible-light pass
+
 struct SessionSettings {
     uint8_t scanMode = 0;
-    bool capture = false; // copy the images at state 8
+    bool capture = false; // copy the images at state 8, the barcodes at state 4
+    bool barcodes = true;
+    int32_t decodeMode = 0;
 };
 
 class Session {

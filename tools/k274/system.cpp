@@ -27,6 +27,8 @@ bool EnableEscapes(std::FILE *stream) {
 
 void SetEnvironment(const char *name, const char *value) { _putenv_s(name, value); }
 
+std::filesystem::path DriveC(const char *path) { return std::filesystem::path("C:/") / path; }
+
 void *DriverSymbol(const char *name) {
     const HMODULE driver = GetModuleHandleA("wdapi1140.dll");
     return driver == nullptr ? nullptr : reinterpret_cast<void *>(GetProcAddress(driver, name));
@@ -42,6 +44,17 @@ bool EnableEscapes(std::FILE *) {
 }
 
 void SetEnvironment(const char *name, const char *value) { setenv(name, value, 1); }
+
+std::filesystem::path DriveC(const char *path) {
+    const auto variable = [](const char *name) {
+        const char *value = std::getenv(name);
+        return std::filesystem::path(value == nullptr ? "" : value);
+    };
+    if (const auto folder = variable("K274_DRIVE_C"); !folder.empty())
+        return folder / path;
+    const auto data = variable("XDG_DATA_HOME");
+    return (!data.is_absolute() ? variable("HOME") / ".local/share" : data) / "k274/drive_c" / path;
+}
 
 void *DriverSymbol(const char *name) { return dlsym(RTLD_DEFAULT, name); }
 

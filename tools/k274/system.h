@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdio>
+#include <filesystem>
 
 namespace host {
 
@@ -12,6 +13,9 @@ bool IsTerminal(std::FILE *stream);
 bool EnableEscapes(std::FILE *stream);
 
 void SetEnvironment(const char *name, const char *value);
+
+/// What the library takes for "C:\\" and the path behind it.
+std::filesystem::path DriveC(const char *path);
 
 /// A function of the driver library that the process has loaded; null when it has none of that name.
 void *DriverSymbol(const char *name);

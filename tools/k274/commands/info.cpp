@@ -4,6 +4,7 @@
 
 #include "include/k274.h"
 #include "tools/k274/commands/commands.h"
+#include "tools/k274/commands/maintenance.h"
 #include "tools/k274/output.h"
 #include "tools/k274/records.h"
 #include "tools/k274/session.h"
@@ -14,22 +15,8 @@ namespace host {
 namespace {
 
 using nlohmann::ordered_json;
-using std::chrono::milliseconds;
 
 constexpr double kDefaultTimeout = 10;
-
-// The scanner's versions are read before state 10; the library writes its own a moment later, while it
-// checks the scanner.
-K274_Version ReadVersions(Session &session) {
-    K274_Version version = {};
-    const Clock::time_point limit = Clock::now() + milliseconds(2000);
-    do {
-        session.ShowUntil(Clock::now() + milliseconds(20));
-        K274_GetVersion(&version);
-    } while (version.library[0] == 0 && Clock::now() < limit);
-    session.ShowUntil(Clock::now() + milliseconds(100)); // faults that the checks find
-    return version;
-}
 
 void Info(const Options &options, Output &output) {
     Session session(options, output);

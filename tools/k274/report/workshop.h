@@ -1,0 +1,13 @@
+// What workshop commands left beside a scan, as a section of its report.
+#pragma once
+
+#include <nlohmann/json_fwd.hpp>
+#include <string>
+
+namespace host {
+
+/// @param results what still.json, jitter.json and calibration.json say, each by its name when it is there
+/// @return nothing when none is
+std::string WorkshopSection(const nlohmann::ordered_json &results);
+
+} // namespace host
