@@ -138,7 +138,7 @@ bool RecogniseWhiteCard() {
     if (!text.qualifies)
         return false;
     imageProcessor.forwardRead = forward ? 1 : 0;
-    imageProcessor.cardCode = text.chars[0];
+    imageProcessor.cardCode = static_cast<uint8_t>(text.chars[0]);
     imageProcessor.cardClass = text.chars[1] - '0';
     imageProcessor.cardVariant = static_cast<uint8_t>(text.chars[2]);
     imageProcessor.cardNumber = Number(text.chars + 4);
