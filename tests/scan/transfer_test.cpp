@@ -2,6 +2,7 @@
 #include "src/common/state.h"
 #include "src/link/attach.h"
 #include "src/link/session.h"
+#include "src/scan/hires_pass.h"
 #include "src/scan/line_transfer.h"
 #include "src/scan/resend.h"
 #include "tests/support/library_fixture.h"
@@ -223,6 +224,41 @@ TEST_F(TransferTest, FirstLineOnRequest) {
     }
     EXPECT_EQ(K274_GefXfrErrs(), 0u);
     EXPECT_EQ(Log()[0], "image,   RGB get 1st line");
+}
+
+TEST_F(TransferTest, ShortHiresCaptureIsRetriedAndJudged) {
+    const struct {
+        int first, count; // failing reads
+        bool good;
+        Texts lines; // behind those of the transport
+    } cases[] = {
+        {0, 0, true, {"image,   00001, 12S  xfr 1050 lines"}},
+        {1,
+         1,
+         true,
+         {"usb,     Xfr12S USB ReadPacket err-1, ln 0:0", "usb,     Xfr12S USB ReadPacket retry OK"}},
+        {1, 2, false, {"usb,     Xfr12S USB ReadPacket retry FAIL", "image,   00001, 12S  xfr 5 lines"}},
+    };
+    for (const auto &c : cases) {
+        scripted::Attach();
+        TakeLog();
+        TheDriver().sent.clear();
+        int reads = 0;
+        TheDriver().onRead = [&](const Sent &, uint32_t) {
+            ++reads;
+            return reads >= c.first && reads < c.first + c.count ? Reply{5} : Reply{0, Bytes(256 + 75000)};
+        };
+        EXPECT_EQ(k274::Xfr12S(), c.good);
+        const Texts log = TakeLog();
+        EXPECT_EQ(log.front(), "image,   00001, 12S  Xfr[75000]...");
+        for (const std::string &line : c.lines)
+            EXPECT_THAT(log, testing::Contains(line));
+        if (c.count == 0)
+            EXPECT_EQ(scripted::CountSent(0x08), 210);
+    }
+    TheDriver().onSend = [](const Sent &) { return Reply{5}; };
+    EXPECT_FALSE(k274::Xfr12S());
+    EXPECT_THAT(Log(), testing::Contains("usb,     Xfr12S USB SendCmd err"));
 }
 
 // ---- re-send
