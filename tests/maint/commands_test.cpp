@@ -25,13 +25,7 @@ using scripted::TheDriver;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-struct MaintenanceTest : LibraryTest {
-    void SetUp() override {
-        LibraryTest::SetUp();
-        OpenDriver();
-        scanner.Serve();
-        TakeLog();
-    }
+struct MaintenanceTest : ScannerTest {
     std::string File(const char *name, size_t size) const {
         std::ofstream(folder + name, std::ios::binary) << std::string(size, 'i');
         return folder + name;
@@ -40,7 +34,6 @@ struct MaintenanceTest : LibraryTest {
         return {sent.bytes.begin() + static_cast<ptrdiff_t>(from),
                 sent.bytes.begin() + static_cast<ptrdiff_t>(from + count)};
     }
-    HealthyScanner scanner;
 };
 
 TEST_F(MaintenanceTest, CommandsCarryTheirBytes) {

@@ -11,11 +11,9 @@
 
 namespace {
 
-struct RigTest : LibraryTest {
+struct RigTest : ScannerTest {
     void SetUp() override {
-        LibraryTest::SetUp();
-        OpenDriver();
-        scanner.Serve();
+        ScannerTest::SetUp();
         void *driver = os::LoadModule("labjackud");
         ASSERT_NE(driver, nullptr) << "run through ctest";
         take = reinterpret_cast<const char *(*)()>(os::ModuleSymbol(driver, "TakeRigTrace"));
@@ -23,7 +21,6 @@ struct RigTest : LibraryTest {
         take();
     }
     std::string Trace() const { return take(); }
-    HealthyScanner scanner;
     const char *(*take)() = nullptr;
 };
 

@@ -18,14 +18,11 @@ using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::IsEmpty;
 
-struct SequenceTest : LibraryTest {
+struct SequenceTest : ScannerTest {
     void SetUp() override {
-        LibraryTest::SetUp();
-        OpenDriver();
-        scanner.Serve();
+        ScannerTest::SetUp();
         K274_SetBcdOpt(0);
         k274::monitor.uptime = 5;
-        TakeLog();
     }
     /// Runs one scan along these status words.
     void Scan(std::vector<uint16_t> words) {
@@ -37,7 +34,6 @@ struct SequenceTest : LibraryTest {
     static std::pair<int, int> Lines(const Sent &request) {
         return {k274::Load16(&request.bytes[8]), k274::Load16(&request.bytes[10])};
     }
-    HealthyScanner scanner;
 };
 
 constexpr uint16_t kEnd = 0x8000;

@@ -11,19 +11,15 @@ namespace {
 
 using testing::ElementsAre;
 
-struct StartupTest : LibraryTest {
+struct StartupTest : ScannerTest {
     void SetUp() override {
-        LibraryTest::SetUp();
-        OpenDriver();
+        ScannerTest::SetUp();
         k274::SdVersion();
-        scanner.Serve();
-        TakeLog();
     }
     static void Check() {
         k274::StartupChecks();
         k274::DeliverRaisedStates();
     }
-    HealthyScanner scanner;
 };
 
 Texts VersionLines(const char *firmware) {

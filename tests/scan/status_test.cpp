@@ -26,15 +26,11 @@ using scripted::TheDriver;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-struct StatusTest : LibraryTest {
+struct StatusTest : ScannerTest {
     void SetUp() override {
-        LibraryTest::SetUp();
-        OpenDriver();
-        scanner.Serve();
+        ScannerTest::SetUp();
         monitor.uptime = 5;
-        TakeLog();
     }
-    HealthyScanner scanner;
 };
 
 TEST_F(StatusTest, PollCarriesLoginAndScanMode) {

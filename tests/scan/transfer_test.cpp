@@ -20,15 +20,11 @@ using scripted::TheDriver;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-struct TransferTest : LibraryTest {
+struct TransferTest : ScannerTest {
     void SetUp() override {
-        LibraryTest::SetUp();
-        OpenDriver();
-        scanner.Serve();
+        ScannerTest::SetUp();
         K274_SetBcdOpt(0);
-        TakeLog();
     }
-    HealthyScanner scanner;
 };
 
 bool Rgb() { return k274::XfrRgb(); }

@@ -201,3 +201,10 @@ scripted::Reply HealthyScanner::Answer(const scripted::Sent &last, uint32_t size
     }
     return reply;
 }
+
+void ScannerTest::SetUp() {
+    LibraryTest::SetUp();
+    OpenDriver();
+    scanner.Serve();
+    TakeLog();
+}

@@ -54,3 +54,11 @@ struct HealthyScanner {
     void Serve();
     scripted::Reply Answer(const scripted::Sent &last, uint32_t size);
 };
+
+/// The library with its driver open in front of a healthy scanner, and an empty log.
+class ScannerTest : public LibraryTest {
+protected:
+    void SetUp() override;
+
+    HealthyScanner scanner;
+};
