@@ -79,15 +79,10 @@ void RenderHiresLine(const Scene &scene, HiresWay way, int line, uint8_t *bytes)
         const int64_t travel = kLeadColumn * kOne + fromLead * kOne / 2 + Wobble(scene, line / 2);
         for (const Side side : {Side::kFront, Side::kBack}) {
             row.gain = scene.gains.Of(colour.light, side) / 2;
-            const PositionRange pixels = side == Side::kFront ? kFrontHires : kBackHires;
-            if (scene.card == nullptr) {
-                ReadSurroundings(row, pixels);
-                continue;
-            }
-            const Picture &art = side == Side::kFront ? scene.card->front : scene.card->back;
-            const ArtPath path = PathOnSide(*scene.card, scene.placement, side, travel);
-            ReadSide(row, {art.rgb.data() + colour.byte, art.width, art.height, 3}, scene.card->cornerRadius,
-                     DoublePitch(path, side), pixels);
+            const bool front = side == Side::kFront;
+            ReadColour(
+                row, scene.card, front ? &Card::front : &Card::back, front ? kFrontHires : kBackHires,
+                [&] { return DoublePitch(PathOnSide(*scene.card, scene.placement, side, travel), side); });
         }
     }
 }

@@ -48,14 +48,10 @@ void RenderRgbLine(const Scene &scene, int line, uint8_t *bytes) {
         const int64_t travel = (kScanLines - 1 - line + colour.travelOffset) * kOne + Wobble(scene, line);
         for (const Side side : {Side::kFront, Side::kBack}) {
             row.gain = scene.gains.Of(colour.light, side);
-            const PositionRange pixels = side == Side::kFront ? kFrontPixels : kBackPixels;
-            if (scene.card == nullptr) {
-                ReadSurroundings(row, pixels);
-                continue;
-            }
-            const Picture &art = side == Side::kFront ? scene.card->front : scene.card->back;
-            ReadSide(row, {art.rgb.data() + colour.byte, art.width, art.height, 3}, scene.card->cornerRadius,
-                     PathOnSide(*scene.card, scene.placement, side, travel), pixels);
+            const bool front = side == Side::kFront;
+            ReadColour(row, scene.card, front ? &Card::front : &Card::back,
+                       front ? kFrontPixels : kBackPixels,
+                       [&] { return PathOnSide(*scene.card, scene.placement, side, travel); });
         }
         ReadSurroundings(row, kTailPixels);
     }

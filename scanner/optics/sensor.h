@@ -10,10 +10,10 @@
 
 namespace scanner {
 
-// The pixels of full-pitch lines: the front sensor first, the back sensor turned round behind it, and at the
-// end some that see nothing.
 constexpr int kMostPixels = kHiresPixels; // of any line
 
+// The pixels of full-pitch lines: the front sensor first, the back sensor turned round behind it, and at the
+// end some that see nothing.
 constexpr PositionRange kFrontPixels{0, 1350}, kBackPixels{1350, 2678}, kTailPixels{2678, kLinePixels};
 
 /// What is fixed for one line, for up to three colours. All levels are in 1/256.
@@ -75,5 +75,19 @@ void ReadSurroundings(ElementRow row, PositionRange range);
 /// One colour along one side: the card where the path meets it, its surroundings elsewhere.
 void ReadSide(ElementRow row, const ArtPlane &art, int cornerRadius, const ArtPath &path,
               PositionRange range);
+
+/// One colour of a coloured line along one side, or the surroundings when no card is there.
+/// @param makePath  gives the path through the card's art; called only with a card
+template <typename MakePath>
+void ReadColour(const ElementRow &row, const Card *card, Picture Card::*art, PositionRange range,
+                MakePath makePath) {
+    if (card == nullptr) {
+        ReadSurroundings(row, range);
+        return;
+    }
+    const Picture &picture = card->*art;
+    ReadSide(row, {picture.rgb.data() + row.colour, picture.width, picture.height, row.colours},
+             card->cornerRadius, makePath(), range);
+}
 
 } // namespace scanner

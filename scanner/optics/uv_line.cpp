@@ -71,15 +71,10 @@ void RenderUvLine(const Scene &scene, int line, uint8_t *bytes) {
             TravelAt(kLeadLine - (line - colour.lineOffset), kCardLines, UvSlip(scene)) + Wobble(scene, line);
         for (const Side side : {Side::kFront, Side::kBack}) {
             row.gain = scene.gains.Of(colour.light, side);
-            const PositionRange pixels = side == Side::kFront ? kFrontUv : kBackUv;
-            if (scene.card == nullptr) {
-                ReadSurroundings(row, pixels);
-                continue;
-            }
-            const Picture &art = side == Side::kFront ? scene.card->frontUv : scene.card->backUv;
-            const ArtPath path = PathOnSide(*scene.card, scene.placement, side, travel);
-            ReadSide(row, {art.rgb.data() + colour.byte, art.width, art.height, 3}, scene.card->cornerRadius,
-                     HalfPitch(path, side), pixels);
+            const bool front = side == Side::kFront;
+            ReadColour(
+                row, scene.card, front ? &Card::frontUv : &Card::backUv, front ? kFrontUv : kBackUv,
+                [&] { return HalfPitch(PathOnSide(*scene.card, scene.placement, side, travel), side); });
         }
     }
 }
