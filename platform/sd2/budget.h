@@ -1,5 +1,5 @@
-// Time keeping of one decode. A call of the engine cannot be interrupted, so an attempt is only started
-// when one half as long again as the last of its kind would still end in time.
+// Time keeping of one decode. Not everything can be interrupted, so an attempt is only started when one half
+// as long again as the last of its kind would still end in time.
 #pragma once
 
 #include <chrono>
@@ -13,6 +13,7 @@ public:
         return std::chrono::duration<double, std::milli>(Clock::now() - begin_).count();
     }
     double LimitMs() const { return limitMs_; }
+    bool Expired() const { return ElapsedMs() >= limitMs_; }
 
 private:
     using Clock = std::chrono::steady_clock;
@@ -24,6 +25,7 @@ class Attempts {
 public:
     explicit Attempts(const Stopwatch &watch) : watch_(watch) {}
 
+    const Stopwatch &Watch() const { return watch_; }
     bool MayStart() const { return watch_.ElapsedMs() + 1.5 * lastMs_ < watch_.LimitMs(); }
 
     /// Runs one attempt and notes how long it took.

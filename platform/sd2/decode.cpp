@@ -1,63 +1,48 @@
 #include "platform/sd2/decode.h"
 
-#include "platform/sd2/engine.h"
 #include "platform/sd2/linear.h"
 #include "platform/sd2/pdf417.h"
 #include "platform/sd2/resample.h"
 
 #include <algorithm>
-#include <cmath>
 #include <utility>
 
 namespace sd2 {
 namespace {
 
-/// Images below this size are searched in finer groups, and whole by the engine.
+/// Images below this size are searched in finer groups.
 constexpr int kSmallSide = 1000;
 
 constexpr int kSharpenReach = 3; // pixels: about a module, where it is blurred away
 
-bool IsSmall(const GreyImage &image) { return std::min(image.lines, image.pixels) < kSmallSide; }
+void AverageInto(const GreyImage &image, LineImages (&lines)[2]) {
+    const int group = std::min(image.lines, image.pixels) < kSmallSide ? 4 : 8;
+    AverageLines(image, group, lines[0]);
+    AveragePixels(image, group, lines[1]);
+}
 
-/// Last resort: the engine's own search, for what the locator does not know how to see.
-bool ReadWhole(const Request &request, Attempts &attempts, Result *result) {
-    if (!attempts.MayStart())
-        return false;
-    OwnImage half;
+/// Last resort: modules that are too wide for the locator, in images of half and a quarter of the size.
+bool ReadWide(const Request &request, Attempts &attempts, Result *result) {
+    constexpr int kLeastSide = 200, kScales = 2;
+    OwnImage smaller[kScales];
     GreyImage image = request.image;
-    int scale = 1;
-    if (!IsSmall(image)) {
-        Halve(image, half);
-        image = half.View();
-        scale = 2;
+    for (int i = 0; i < kScales && std::min(image.lines, image.pixels) >= 2 * kLeastSide; ++i) {
+        if (!attempts.MayStart())
+            return false;
+        Halve(image, smaller[i]);
+        image = smaller[i].View();
+        LineImages lines[2];
+        AverageInto(image, lines);
+        std::vector<SymbolArea> areas;
+        Edges edges;
+        for (const LineImages &l : lines) {
+            FindEdges(l.image, edges);
+            LocatePdf417(l, edges, areas);
+        }
+        if (ReadPdf417(*request.engine, image, 2 << i, std::move(areas), attempts, result))
+            return true;
     }
-    EngineRead read;
-    if (!attempts.Run([&] { return EngineReadPdf417(image, Levels::kGrey, true, &read); }))
-        return false;
-    result->symbology = kPdf417;
-    result->text = read.bytes;
-    // The engine marks a side that it did not see by one point for both of its corners. It takes a mirrored
-    // symbol for one that is turned, so the reading direction is always a quarter turn from the way down.
-    double first = 1e9, last = 0;
-    Point down;
-    for (const auto &[top, bottom] :
-         {std::pair(read.topLeft, read.bottomLeft), {read.topRight, read.bottomRight}}) {
-        if (Dot(bottom - top, bottom - top) == 0)
-            continue;
-        down = bottom - top;
-        first = std::min({first, top.y, bottom.y});
-        last = std::max({last, top.y, bottom.y});
-    }
-    const Point reading{down.y, -down.x};
-    result->orientation = (std::abs(reading.x) >= std::abs(reading.y) ? reading.x : reading.y) >= 0 ? 1 : 2;
-    if (first > last) { // neither side was seen: somewhere in the image
-        first = 0;
-        last = image.lines;
-    }
-    result->SetPosition(scale * first, scale * last, request.image.lines);
-    result->info[kInfoAccepted] = 1;
-    result->info[kInfoCorrection] = static_cast<uint16_t>(read.correctionLevel);
-    return true;
+    return false;
 }
 
 } // namespace
@@ -70,11 +55,9 @@ void Result::SetPosition(double firstLine, double lastLine, int imageLines) {
 
 bool Decode(const Request &request, Result *result) {
     const Stopwatch watch(request.budgetMs);
-    Attempts stacked(watch), linear(watch);
-    const int group = IsSmall(request.image) ? 4 : 8;
+    Attempts stacked(watch);
     LineImages lines[2];
-    AverageLines(request.image, group, lines[0]);
-    AveragePixels(request.image, group, lines[1]);
+    AverageInto(request.image, lines);
     for (const bool sharpened : {false, true}) {
         if (sharpened && 2 * watch.ElapsedMs() > watch.LimitMs())
             break;
@@ -88,15 +71,15 @@ bool Decode(const Request &request, Result *result) {
             std::vector<SymbolArea> areas;
             for (int i = 0; i < 2; ++i)
                 LocatePdf417(lines[i], edges[i], areas);
-            if (ReadPdf417(request.image, std::move(areas), stacked, result))
+            if (ReadPdf417(*request.engine, request.image, 1, std::move(areas), stacked, result))
                 return true;
         }
         if (request.code128 || request.code39)
             for (int i = 0; i < 2; ++i)
-                if (ReadLinear(request, lines[i], edges[i], linear, result))
+                if (ReadLinear(request, lines[i], edges[i], watch, result))
                     return true;
     }
-    return request.pdf417 && ReadWhole(request, stacked, result);
+    return request.pdf417 && ReadWide(request, stacked, result);
 }
 
 } // namespace sd2

@@ -1,7 +1,7 @@
 // One decode: from the caller's image to a result.
 #pragma once
 
-#include "platform/sd2/image.h"
+#include "platform/sd2/engine.h"
 
 #include <array>
 #include <string>
@@ -9,6 +9,7 @@
 namespace sd2 {
 
 struct Request {
+    const Engine *engine = nullptr;
     GreyImage image{};
     bool pdf417 = false, code128 = false, code39 = false;
     int budgetMs = 0;
@@ -34,7 +35,8 @@ enum InfoWord : size_t {
     kInfoColumns = 3,
     kInfoCorrection = 4,
     kInfoAttempt = 5,
-    kInfoModule = 6
+    kInfoModule = 6,
+    kInfoCorrected = 7
 };
 
 /// @return whether something was read; *result is empty otherwise

@@ -11,16 +11,6 @@ namespace {
 
 // The shortest code of either kind: Code 128 with one character, its check character, start and stop.
 constexpr int kMinRuns = 25;
-constexpr size_t kMinCode39 = 3; // characters; less is too easily found in print
-// Pixels drawn per pixel of a line image, so that edges keep a part of their fractions.
-constexpr int kScale = 2;
-
-/// Bars between two quiet places of one line image.
-struct Stretch {
-    int line;
-    int first, last; // edges; the first turns dark, the last light
-};
-
 /// Splits a line at runs that are much longer than those before them.
 void FindStretches(const int32_t *edge, int count, int line, std::vector<Stretch> &out) {
     constexpr int kMemory = 8;                      // runs that set the measure
@@ -42,36 +32,6 @@ void FindStretches(const int32_t *edge, int count, int line, std::vector<Stretch
         first = light ? i + 1 : i + 2;
     }
     close(first, (count & 1) ? count - 2 : count - 1); // to the last edge that turns light
-}
-
-int Place(int32_t edge) { return (edge * kScale + kEdgeUnit / 2) / kEdgeUnit; }
-
-/// Draws stretches where they lie along their lines, one line of the result for each line that has some.
-/// @return the end of the stretches drawn
-size_t Draw(const Edges &edges, const std::vector<Stretch> &stretches, size_t begin, int length,
-            OwnImage &out, std::vector<int> &lineOf) {
-    constexpr size_t kMaxLines = 256; // the engine skips lines of larger images
-    constexpr int kQuiet = 64;        // pixels of paper at both ends
-    lineOf.clear();
-    size_t end = begin;
-    for (; end < stretches.size(); ++end)
-        if (lineOf.empty() || lineOf.back() != stretches[end].line) {
-            if (lineOf.size() == kMaxLines)
-                break;
-            lineOf.push_back(stretches[end].line);
-        }
-    out.Resize(static_cast<int>(lineOf.size()), length * kScale + 2 * kQuiet);
-    std::fill(out.grey.begin(), out.grey.end(), uint8_t{255});
-    int row = 0;
-    for (size_t i = begin; i < end; ++i) {
-        const Stretch &s = stretches[i];
-        row += s.line != lineOf[static_cast<size_t>(row)];
-        const int32_t *edge = edges.Line(s.line);
-        uint8_t *line = out.Line(row) + kQuiet;
-        for (int e = s.first; e < s.last; e += 2)
-            std::fill(line + Place(edge[e]), line + Place(edge[e + 1]), uint8_t{0});
-    }
-    return end;
 }
 
 /// Where a code ends: a line image and a place along it.
@@ -143,33 +103,22 @@ void FindPosition(const Request &request, const LineImages &lines, const Edges &
 
 } // namespace
 
-bool ReadLinear(const Request &request, const LineImages &lines, const Edges &edges, Attempts &attempts,
+bool ReadLinear(const Request &request, const LineImages &lines, const Edges &edges, const Stopwatch &watch,
                 Result *result) {
     std::vector<Stretch> stretches;
     for (int line = 0; line < edges.Lines(); ++line)
         FindStretches(edges.Line(line), edges.Count(line), line, stretches);
-    OwnImage drawn;
-    std::vector<int> lineOf; // of each line drawn
-    EngineRead read;
-    for (size_t next = 0; next < stretches.size() && attempts.MayStart();) {
-        next = Draw(edges, stretches, next, lines.image.pixels, drawn, lineOf);
-        const bool found = attempts.Run(
-            [&] { return EngineReadLinear(drawn.View(), request.code128, request.code39, &read); });
-        if (!found || (read.symbology == kCode39 && read.bytes.size() < kMinCode39))
-            continue;
-        const int quiet = (drawn.pixels - lines.image.pixels * kScale) / 2;
-        const auto along = [&](Point p) { return (p.x - quiet) * kEdgeUnit / kScale; };
-        const double start = along(read.topLeft), stop = along(read.topRight);
-        const int row = std::clamp(static_cast<int>(read.topLeft.y), 0, drawn.lines - 1);
-        result->symbology = read.symbology;
-        result->text = read.bytes;
-        result->orientation = start <= stop ? 1 : 2;
-        result->info[kInfoAccepted] = 1;
-        FindPosition(request, lines, edges, lineOf[static_cast<size_t>(row)], std::min(start, stop),
-                     std::max(start, stop), result);
-        return true;
-    }
-    return false;
+    LinearRead read;
+    if (stretches.empty() ||
+        !request.engine->readLinear(edges, stretches, request.code128, request.code39, watch, &read))
+        return false;
+    result->symbology = read.symbology;
+    result->text = read.bytes;
+    result->orientation = read.start <= read.end ? 1 : 2;
+    result->info[kInfoAccepted] = 1;
+    FindPosition(request, lines, edges, read.line, std::min(read.start, read.end),
+                 std::max(read.start, read.end), result);
+    return true;
 }
 
 } // namespace sd2

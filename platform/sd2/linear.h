@@ -1,5 +1,5 @@
 // Reads Code 128 and Code 39 from the edges of the line images: stretches of bars that repeat from line to
-// line are drawn clean, with quiet zones, and handed to the engine.
+// line are handed to the engine.
 #pragma once
 
 #include "platform/sd2/budget.h"
@@ -9,7 +9,7 @@
 
 namespace sd2 {
 
-bool ReadLinear(const Request &request, const LineImages &lines, const Edges &edges, Attempts &attempts,
+bool ReadLinear(const Request &request, const LineImages &lines, const Edges &edges, const Stopwatch &watch,
                 Result *result);
 
 } // namespace sd2

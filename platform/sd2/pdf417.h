@@ -8,6 +8,8 @@
 namespace sd2 {
 
 /// Tries the areas, those with most support first, until one is read or the time is used up.
-bool ReadPdf417(const GreyImage &image, std::vector<SymbolArea> areas, Attempts &attempts, Result *result);
+/// @param scale  pixels of the caller's image in one of this one
+bool ReadPdf417(const Engine &engine, const GreyImage &image, int scale, std::vector<SymbolArea> areas,
+                Attempts &attempts, Result *result);
 
 } // namespace sd2

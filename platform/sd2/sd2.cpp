@@ -85,6 +85,7 @@ int32_t SD_Decode(void *handle) try {
         !(decoder.pdf417 || decoder.code128 || decoder.code39))
         return kMisuse;
     sd2::Request request;
+    request.engine = &sd2::SD2_ENGINE; // the one that this library is built with
     request.image = {decoder.image, decoder.lines, decoder.pixels, decoder.stride};
     request.pdf417 = decoder.pdf417;
     request.code128 = decoder.code128;

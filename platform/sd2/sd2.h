@@ -68,8 +68,9 @@ enum {
     SD_INFO_ROWS = 2,       /* PDF417: rows of codewords */
     SD_INFO_COLUMNS = 3,    /* PDF417: data columns */
     SD_INFO_CORRECTION = 4, /* PDF417: error correction level 0 to 8 */
-    SD_INFO_ATTEMPT = 5,    /* which attempt read it, 1 for the first; 0 for the engine's own search */
-    SD_INFO_MODULE = 6      /* width of the narrowest element, tenths of a pixel */
+    SD_INFO_ATTEMPT = 5,    /* which attempt read it, 1 for the first */
+    SD_INFO_MODULE = 6,     /* PDF417: width of the narrowest element, tenths of a pixel */
+    SD_INFO_CORRECTED = 7   /* PDF417: codewords that were misread or unreadable and have been corrected */
 };
 
 SD2_API void *SD_Create(void); /* null when out of memory */
