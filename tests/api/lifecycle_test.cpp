@@ -101,30 +101,37 @@ TEST_F(LifecycleTest, StartsAndStopsInAnyOrder) {
     EXPECT_EQ(K274_Init(0), 0);
 }
 
+void K274_CALLBACK CloseAtState3(int32_t code) {
+    if (code == 3)
+        K274_Close();
+}
+
 TEST_F(LifecycleTest, CloseFromTheCallbackEndsTheScan) {
     scanner.words = {0, 0, 1, 3, 7, 7, 0x8000, 0};
-    K274_RegNewScanCB([](int32_t code) {
-        if (code == 3)
-            K274_Close();
-    });
+    K274_RegNewScanCB(CloseAtState3);
     K274_Init(0);
     AwaitThreadsEnd();
     EXPECT_EQ(scripted::SentCodes().back(), 0x17);
     EXPECT_FALSE(k274::Running());
 }
 
+std::atomic<int> second;
+
+void K274_CALLBACK NoteInSecond(int32_t code) {
+    if (code != 4) // the barcode's, which may come at any time
+        second = 100 * second + code;
+}
+
+void K274_CALLBACK ReplaceAtState3(int32_t code) {
+    if (code == 3)
+        K274_RegNewScanCB(NoteInSecond);
+}
+
 TEST_F(LifecycleTest, CallbackReplacedDuringAScanTakesTheRest) {
-    static std::atomic<int> second;
     second = 0;
     scanner.words = {0, 0, 1, 3, 7, 0x8000, 0};
     K274_ScanMode(82);
-    K274_RegNewScanCB([](int32_t code) {
-        if (code == 3)
-            K274_RegNewScanCB([](int32_t later) {
-                if (later != 4) // the barcode's, which may come at any time
-                    second = 100 * second + later;
-            });
-    });
+    K274_RegNewScanCB(ReplaceAtState3);
     K274_Init(0);
     Await([] { return second == 508; });
     K274_RegNewScanCB(nullptr);

@@ -8,6 +8,7 @@
 #include "src/common/state.h"
 #include "src/log/log.h"
 #include "tests/support/library_fixture.h"
+#include "tests/support/system.h"
 
 #include <gmock/gmock.h>
 
@@ -317,8 +318,8 @@ TEST_F(BarcodeTest, WhiteCardsAreNotDecoded) {
 }
 
 TEST_F(BarcodeTest, ReParseTakesAPictureOfTheHost) {
-    setenv("K274_DRIVE_C", folder.c_str(), 1);
-    std::filesystem::create_directories(folder + "K274/BMP");
+    const std::string drive = DriveC(folder);
+    std::filesystem::create_directories(drive + "K274/BMP");
     const std::vector<uint8_t> colour = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
     const struct {
         const char *name;
@@ -346,7 +347,7 @@ TEST_F(BarcodeTest, ReParseTakesAPictureOfTheHost) {
             continue;
         }
         EXPECT_THAT(TakeStates(), ElementsAre(4));
-        EXPECT_EQ(std::filesystem::file_size(folder + "K274/BMP/K274_RED_REPARSE.bmp"), 2700u * 2300 + 1078);
+        EXPECT_EQ(std::filesystem::file_size(drive + "K274/BMP/K274_RED_REPARSE.bmp"), 2700u * 2300 + 1078);
         // The last row comes first; of colour pixels the third byte counts.
         if (c.rows == 2)
             EXPECT_THAT(first, ElementsAre(9, 12, 0, 0, 3, 6, 0, 0, 0, 0, 0, 0));

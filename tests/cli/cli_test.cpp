@@ -25,6 +25,8 @@ TEST(Png, TurnsTheLibrarysColoursAround) {
 }
 
 TEST_F(Cli, ScansCardsIntoNumberedFolders) {
+    fs::create_directory(folder / "log");
+    std::ofstream(folder / "log" / "K274dll.log") << "a line of an earlier session\r\n";
     const Outcome run = RunK274({"scan", "--card", Sample("licence"), "--card", Sample("club"), "--speed",
                                  "0", "--seed", "7", "--out", In("out"), "--log", In("log"), "--json"});
     ASSERT_EQ(run.status, 0) << run.err;
@@ -93,6 +95,7 @@ TEST_F(Cli, ScansCardsIntoNumberedFolders) {
     EXPECT_EQ(code.at("elements").at(1),
               (json{{"id", "DCS"}, {"name", "family name"}, {"value", "QUILLON-MARSH"}}));
     EXPECT_THAT(ReadAll(folder / "log" / "K274dll.log"), HasSubstr("init,    DLL      ver 2.3.7"));
+    EXPECT_THAT(ReadAll(folder / "out" / "001" / "scan.log"), testing::StartsWith("00001,"));
     EXPECT_THAT(ReadAll(folder / "out" / "002" / "scan.log"),
                 testing::AllOf(HasSubstr("00002, UV   Xfr"), Not(HasSubstr("00001, UV   Xfr"))));
 }

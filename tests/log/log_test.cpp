@@ -5,6 +5,7 @@
 #include "src/common/state.h"
 #include "src/common/text.h"
 #include "tests/support/library_fixture.h"
+#include "tests/support/regex.h"
 
 #include <gmock/gmock.h>
 
@@ -17,7 +18,6 @@ namespace {
 using k274::Format;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::MatchesRegex;
 
 struct LogTest : LibraryTest {};
 
@@ -34,7 +34,7 @@ TEST_F(LogTest, LinesCarryNumberTimeAndCategory) {
     k274::log.Write("WDU_Init-64 Error 5"); // only this is written while nothing runs
     std::ifstream stream(LogFile(), std::ios::binary);
     EXPECT_THAT((std::string{std::istreambuf_iterator<char>(stream), {}}),
-                MatchesRegex("00001,[0-6]:[0-9][0-9]:[0-9][0-9]:[0-9][0-9].[0-9][0-9], plain\r\n"
+                WholeMatches("00001,[0-6]:[0-9][0-9]:[0-9][0-9]:[0-9][0-9].[0-9][0-9], plain\r\n"
                              "00002,.{13}, usb,     Reset Pipe OK\r\n"
                              "00003,.{13}, image,   x\r\n"
                              "00004,.{13}, fw,      Card in\r\n"
@@ -89,7 +89,7 @@ TEST_F(LogTest, ThreadsWriteWholeLines) {
     const Texts lines = Log();
     EXPECT_EQ(lines.size(), 200u);
     for (const std::string &line : lines)
-        EXPECT_THAT(line, MatchesRegex("usb,     thread [0-3] line [0-9]+"));
+        EXPECT_THAT(line, WholeMatches("usb,     thread [0-3] line [0-9]+"));
 }
 
 } // namespace

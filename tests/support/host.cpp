@@ -1,8 +1,8 @@
 #include "tests/support/host.h"
+#include "tests/support/system.h"
 
 #include <algorithm>
 #include <condition_variable>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <mutex>
@@ -28,14 +28,13 @@ void K274_CALLBACK NoteState(int32_t code) {
 } // namespace
 
 void HostTest::SetUpTestSuite() {
-    setenv("K274_DEVICE", "virtual", 1);
+    SetVariable("K274_DEVICE", "virtual");
     VS_SetSpeed(0);
     VS_SetSeed(1);
 }
 
 void HostTest::SetUp() {
-    char name[] = "/tmp/k274-test-XXXXXX";
-    folder = std::string(mkdtemp(name)) + "/";
+    folder = NewFolder();
     K274_ScanMode(0);
     K274_SetBcdOpt(1);
     K274_SetBcDecMode(0);

@@ -14,6 +14,7 @@
 #include "src/link/transport.h"
 #include "src/log/log.h"
 #include "src/scan/monitor.h"
+#include "tests/support/system.h"
 
 #include <filesystem>
 #include <fstream>
@@ -66,8 +67,7 @@ void LibraryTest::SetUp() {
         std::lock_guard guard(stateLock);
         states.clear();
     }
-    char name[] = "/tmp/k274-test-XXXXXX";
-    folder = std::string(mkdtemp(name)) + "/";
+    folder = NewFolder();
     K274_SetLogPath(folder.c_str());
     k274::log.Open();
     k274::state.running = 1; // so that single operations write the log

@@ -1,5 +1,6 @@
 // Every card of the sample deck: the states, records and log lines that its scan must give.
 #include "tests/support/host.h"
+#include "tests/support/regex.h"
 
 #include <gmock/gmock.h>
 
@@ -10,7 +11,6 @@
 namespace {
 
 using testing::Contains;
-using testing::ContainsRegex;
 using testing::IsSubsetOf;
 
 struct Expected {
@@ -106,7 +106,7 @@ TEST_F(DeckTest, EveryCardGivesWhatItHolds) {
         for (size_t i = lines; i < all.size(); ++i)
             log += all[i] + "\n";
         for (const char *line : card.log)
-            EXPECT_THAT(log, ContainsRegex(line));
+            EXPECT_THAT(log, PartMatches(line));
 
         K274_Magnetic magnetic;
         K274_GetMag(&magnetic);

@@ -1,5 +1,6 @@
 // A scan saved and opened again, by way of the exports.
 #include "tests/support/host.h"
+#include "tests/support/system.h"
 
 #include <cstring>
 #include <filesystem>
@@ -121,15 +122,15 @@ TEST_F(ScanFileTest, RefusedFilesChangeNothing) {
 }
 
 TEST_F(ScanFileTest, AutomaticNamesCountUp) {
-    setenv("K274_DRIVE_C", folder.c_str(), 1);
+    const fs::path drive = DriveC(folder);
     std::ofstream(Path("K274.ini")) << "[Demo]\nAutoSaveName=card\nAutoSaveNum=7\n";
     Start();
     K274_SetBcdOpt(0);
     ASSERT_EQ(Scan("club"), 8);
     EXPECT_EQ(K274_Save(""), -1); // there is no such folder yet
-    fs::create_directories(Path("K274/Tif"));
+    fs::create_directories(drive / "K274/Tif");
     EXPECT_EQ(K274_Save(nullptr), 0);
-    EXPECT_EQ(fs::file_size(Path("K274/Tif/card008.tif")), 22915520u);
+    EXPECT_EQ(fs::file_size(drive / "K274/Tif/card008.tif"), 22915520u);
     EXPECT_EQ(Log().back(), "image,   Saved card008.tif");
     K274_LstScan(3, 0);
     EXPECT_EQ(K274_Save(Path("other.tif").c_str()), 0);
@@ -139,17 +140,17 @@ TEST_F(ScanFileTest, AutomaticNamesCountUp) {
 }
 
 TEST_F(ScanFileTest, DumpsNameTheWorkingImages) {
-    setenv("K274_DRIVE_C", folder.c_str(), 1);
-    fs::create_directories(Path("K274/BMP"));
+    const fs::path dumps = DriveC(folder) + "K274/BMP";
+    fs::create_directories(dumps);
     Start();
     ASSERT_EQ(Scan("club"), 8);
     for (const int which : {0, 1, 11, 22, 31})
         K274_SaveImages(static_cast<uint16_t>(which));
-    EXPECT_EQ(fs::file_size(Path("K274/BMP/K274_MSIr.bmp")), 577078u);
-    EXPECT_EQ(fs::file_size(Path("K274/BMP/K274_RGBr.bmp")), 18630054u);
-    EXPECT_EQ(fs::file_size(Path("K274/BMP/K274_IRc.bmp")), 2700u * 2400 + 1078);
-    EXPECT_EQ(fs::file_size(Path("K274/BMP/K274_UVr.bmp")), 1200u * 1368 * 3 + 54);
-    EXPECT_EQ(std::distance(fs::directory_iterator(Path("K274/BMP")), {}), 4);
+    EXPECT_EQ(fs::file_size(dumps / "K274_MSIr.bmp"), 577078u);
+    EXPECT_EQ(fs::file_size(dumps / "K274_RGBr.bmp"), 18630054u);
+    EXPECT_EQ(fs::file_size(dumps / "K274_IRc.bmp"), 2700u * 2400 + 1078);
+    EXPECT_EQ(fs::file_size(dumps / "K274_UVr.bmp"), 1200u * 1368 * 3 + 54);
+    EXPECT_EQ(std::distance(fs::directory_iterator(dumps), {}), 4);
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 // A whole session as its log and states tell it.
 #include "tests/support/host.h"
+#include "tests/support/regex.h"
 
 #include <gmock/gmock.h>
 
@@ -10,7 +11,6 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsSupersetOf;
-using testing::MatchesRegex;
 
 struct SessionTest : HostTest {};
 
@@ -30,12 +30,12 @@ TEST_F(SessionTest, ModeRIsLoggedLineForLine) {
         log.end());
     EXPECT_THAT(
         log, ElementsAre("init,    SD2      ver 1.5", "init,    DLL      ver 2.3.7",
-                         "init,    Firmware ver 2.3.7", MatchesRegex("init,    FPGA     ver [0-9]+.[0-9]+"),
-                         MatchesRegex("init,    Hardware ver [0-9]+"),
-                         MatchesRegex("init,    Norvex,  SN  [0-9]+, SSN [0-9]+"), " ", " ",
-                         "fw,      Card in", MatchesRegex("image,   [0-9]{5}, MS   [0-9]+:[0-9]+:[0-9]+"),
-                         MatchesRegex("image,   [0-9]{5}, RGB  Xfr.97920.\\.\\.\\."),
-                         MatchesRegex("image,   [0-9]{5}, RGB  xfr 2100 lines, [0-9]{3}, [0-9]{3}")));
+                         "init,    Firmware ver 2.3.7", WholeMatches("init,    FPGA     ver [0-9]+.[0-9]+"),
+                         WholeMatches("init,    Hardware ver [0-9]+"),
+                         WholeMatches("init,    Norvex,  SN  [0-9]+, SSN [0-9]+"), " ", " ",
+                         "fw,      Card in", WholeMatches("image,   [0-9]{5}, MS   [0-9]+:[0-9]+:[0-9]+"),
+                         WholeMatches("image,   [0-9]{5}, RGB  Xfr.97920.\\.\\.\\."),
+                         WholeMatches("image,   [0-9]{5}, RGB  xfr 2100 lines, [0-9]{3}, [0-9]{3}")));
     EXPECT_THAT(StatesSinceMark(), ElementsAre(20, 1, 2, 3, 5, 8, 21));
 }
 

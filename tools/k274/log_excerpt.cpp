@@ -10,13 +10,8 @@ namespace host {
 namespace fs = std::filesystem;
 
 LogExcerpt::LogExcerpt(const std::string &folder) {
-    if (folder.empty())
-        return;
-    file_ = fs::path(folder) / "K274dll.log";
-    std::error_code error;
-    taken_ = fs::file_size(file_, error);
-    if (error)
-        taken_ = 0;
+    if (!folder.empty())
+        file_ = fs::path(folder) / "K274dll.log";
 }
 
 std::string LogExcerpt::Take() {

@@ -9,7 +9,8 @@ namespace host {
 
 class LogExcerpt {
 public:
-    /// @param folder of the log; empty: there is none. What the log holds by now is not taken.
+    /// Comes before the session, with which the library begins its log anew.
+    /// @param folder of the log; empty: there is none
     explicit LogExcerpt(const std::string &folder);
     /// The lines since the one before.
     std::string Take();

@@ -1,0 +1,34 @@
+// What tests ask of the system: variables of the environment and folders of their own.
+#pragma once
+
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+/// Sets a variable, or removes it with a null value.
+inline void SetVariable(const char *name, const char *value) {
+#ifdef _WIN32
+    _putenv_s(name, value == nullptr ? "" : value);
+#else
+    value == nullptr ? unsetenv(name) : setenv(name, value, 1);
+#endif
+}
+
+/// Puts the folder, whose name ends in a separator, behind C:\ where there are no drives; returns what stands
+/// there. On Windows that is the drive itself: run the tests where nobody else uses it, as scripts/wine does.
+inline std::string DriveC(const std::string &folder) {
+#ifdef _WIN32
+    return folder.empty() ? "" : "C:/";
+#else
+    SetVariable("K274_DRIVE_C", folder.c_str());
+    return folder;
+#endif
+}
+
+/// Makes a folder that no other process uses; its name ends in a separator.
+inline std::string NewFolder() {
+    std::filesystem::path folder;
+    for (int i = 0; folder.empty() || !std::filesystem::create_directory(folder); ++i)
+        folder = std::filesystem::temp_directory_path() / ("k274-test-" + std::to_string(i));
+    return folder.string() + '/';
+}
