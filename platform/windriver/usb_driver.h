@@ -1,27 +1,22 @@
-// A real scanner on a USB port, by way of libusb. One thread handles the events of the bus and tells the
-// host; the host's threads submit transfers and wait for them.
+// A real scanner on a USB port, by way of libusb. One thread handles the events of the bus; another opens
+// scanners and calls the host, so that a host which blocks in its callback, or transfers from within it,
+// holds up nobody's transfers. The host's threads submit transfers and wait for them.
 #pragma once
+
+#include "platform/windriver/usb_scanner.h"
 
 #include "platform/windriver/backend.h"
 
+#include <atomic>
+#include <chrono>
 #include <condition_variable>
-#include <deque>
 #include <memory>
 #include <mutex>
 #include <set>
 #include <thread>
-
-struct libusb_context;
-struct libusb_device;
-struct libusb_device_handle;
-struct libusb_transfer;
+#include <vector>
 
 namespace wdapi {
-
-/// Library context and open device; each lives as long as anything uses it.
-using UsbContext = std::shared_ptr<libusb_context>;
-using UsbDevice = std::shared_ptr<libusb_device>;
-using UsbHandle = std::shared_ptr<libusb_device_handle>;
 
 class UsbDriver : public Backend, public std::enable_shared_from_this<UsbDriver> {
 public:
@@ -40,39 +35,73 @@ public:
 
 private:
     using Lock = std::unique_lock<std::mutex>;
+    using TimePoint = std::chrono::steady_clock::time_point;
 
-    struct News {
+    /// A scanner that is plugged in.
+    struct Present {
         UsbDevice device;
-        bool arrived;
+        TimePoint due{};       // when opening it is tried next
+        int tries = 0;         // so far
+        bool failed = false;   // and no longer expected to work at once
+        int explained = 0;     // the failure that people have been told of
+        bool declined = false; // the host does not want it
     };
 
-    void Deliver();
-    void Handle(const News &news);
-    void Attach(const UsbDevice &device);
-    void Detach(const UsbDevice &device);
-    UsbHandle Claim(const UsbDevice &device);
-    bool Describe(const UsbDevice &device);
-    UsbHandle Find(const void *device, uint32_t *status);
-    void Note(const UsbDevice &device, bool arrived);
+    /// A call of the host on its way: the handle stays open until it ends.
+    class Call {
+    public:
+        Call(UsbDriver &driver, const void *device);
+        ~Call();
+        Call(const Call &) = delete;
+        Call &operator=(const Call &) = delete;
 
-    WDU_MATCH_TABLE match_{};
+        uint32_t status = 0; // kSuccess, or why there is nothing to call
+        uintptr_t attach = 0;
+        libusb_device_handle *handle = nullptr;
+
+    private:
+        UsbDriver &driver_;
+    };
+
+    void HandleEvents();
+    void Deliver();
+    void TellAttached(Lock &lock, UsbDevice device);
+    void TellDetached(Lock &lock);
+    Present *NextCandidate(TimePoint *due);
+    Present *Find(const libusb_device *device);
+    void NoteFailure(Lock &lock, const UsbDevice &device, int error);
+    bool Opening() const;
+    void EndCalls(Lock &lock);
+    void CancelTransfers();
+    void Close(Lock &lock);
+    void OpenAnew();
+    uint32_t Check(uintptr_t attach) const;
+    uint32_t AwaitReset(Lock &lock, uintptr_t attach);
+    bool Inherited() const;
+    void StopEvents();
+
+    const MatchTables tables_;
     const WDU_EVENT_TABLE events_;
+    int process_ = 0; // the one that has the threads
     UsbContext context_;
     int hotplug_ = 0;
-    std::thread thread_;
+    std::thread eventThread_, thread_;
+    std::atomic<bool> eventsOver_{false};
+    UsbDescription description_; // of the attached scanner; the driver's thread alone
 
-    // The attached device as the host sees it; the driver's thread alone.
-    WDU_ALTERNATE_SETTING setting_{};
-    WDU_INTERFACE interface_{};
-    WDU_DEVICE info_{};
-
-    std::mutex mutex_; // guards the rest
+    // Guards the rest. Not held while a handle is opened or closed or the host is called: libusb calls
+    // NoteArrival while it handles events, and closing waits for these to be handled.
+    std::mutex mutex_;
     std::condition_variable changed_;
     bool closing_ = false, newsTold_ = false;
-    std::deque<News> news_;
-    UsbDevice attached_; // null: no scanner
-    UsbHandle handle_;   // set while the host knows of it
-    uint32_t attaches_ = 0;
+    std::vector<Present> present_; // in the order of their arrival
+    UsbDevice attached_;           // the one that the host knows of
+    UsbHandle handle_;             // open as long as it is attached
+    bool lost_ = false;            // it has left, and the host has not been told
+    bool resetting_ = false;
+    TimePoint openFrom_{};   // nothing is opened before: the port is being cycled
+    uintptr_t attaches_ = 0; // so far
+    int calls_ = 0;          // on their way
     std::set<libusb_transfer *> running_;
 };
 

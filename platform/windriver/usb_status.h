@@ -24,6 +24,8 @@ inline uint32_t StatusOfError(int error) {
         return kCanceled;
     case LIBUSB_ERROR_INVALID_PARAM:
         return kInvalidParameter;
+    case LIBUSB_ERROR_IO:
+        return kTransactionError;
     default:
         return kFailed;
     }
