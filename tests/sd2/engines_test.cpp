@@ -12,14 +12,15 @@ namespace {
 
 using namespace barcode_frames;
 
-std::string Decode(const sd2::Engine &engine, const Frame &frame) {
+sd2::Result Decode(const sd2::Engine &engine, const Frame &frame) {
     sd2::Request request;
     request.engine = &engine;
     request.image = {frame.grey.data(), frame.lines, frame.pixels, frame.pixels};
     request.pdf417 = request.code128 = request.code39 = true;
     request.budgetMs = 600000;
     sd2::Result result;
-    return sd2::Decode(request, &result) ? result.text : std::string();
+    sd2::Decode(request, &result);
+    return result;
 }
 
 /// Blots of ink and paper.
@@ -75,10 +76,12 @@ TEST(Engines, ReadDamagedFrames) {
             Blot(frame, c.blots, static_cast<uint32_t>(turn));
             AddNoise(frame, damage, static_cast<uint32_t>(turn));
             const auto read = [&](const sd2::Engine &engine) {
-                const std::string text = Decode(engine, frame);
-                EXPECT_TRUE(text.empty() || text == symbol.text)
-                    << engine.name << ", " << c.name << ": " << text;
-                return text == symbol.text;
+                const sd2::Result result = Decode(engine, frame);
+                EXPECT_TRUE(result.text.empty() || result.text == symbol.text)
+                    << engine.name << ", " << c.name << ": " << result.text;
+                if (stacked && c.blots > 0)
+                    EXPECT_EQ(result.info[sd2::kInfoCorrected] > 0, &engine == &sd2::kOwnEngine) << turn;
+                return result.text == symbol.text;
             };
             own += read(sd2::kOwnEngine);
             zxing += read(sd2::kZxingEngine);
