@@ -150,7 +150,10 @@ TEST_F(Cli, EndsWithADocumentedStatusAndOneLine) {
         {{"info", "--seed", "4"}, {}, 2, "--virtual"},
         {{"info"}, {{{"K274_DEVICE", "abacus"}}, "", false, 0}, 4, "--virtual"},
 #ifdef K274_USB
-        {{"info", "--timeout", "0.5"}, {{{"K274_DEVICE", "usb"}}, "", false, 0}, 3, "connect it, or use --virtual"},
+        {{"info", "--timeout", "0.5"},
+         {{{"K274_DEVICE", "usb"}}, "", false, 0},
+         3,
+         "connect it, or use --virtual"},
 #endif
         {{"info", "--timeout", "0.5"}, {{{"LD_LIBRARY_PATH", bare}}, "", false, 0}, 3, "connect"},
         {{"info", "--virtual"}, {{{"LD_LIBRARY_PATH", bare}}, "", false, 0}, 11, "virtual scanner"},

@@ -55,6 +55,7 @@ int Run(int argc, char **argv) {
     AddResend(app, options, chosen);
     AddOpen(app, options, chosen);
     AddReport(app, options, chosen);
+    AddTrace(app, options, chosen);
     AddDecode(app, options, chosen);
     AddDump(app, options, chosen);
     AddWatch(app, options, chosen);

@@ -19,6 +19,7 @@ using Command = std::function<void(Output &)>;
 void AddScan(CLI::App &app, const Options &options, Command &chosen);
 void AddResend(CLI::App &app, const Options &options, Command &chosen);
 void AddOpen(CLI::App &app, const Options &options, Command &chosen);
+void AddTrace(CLI::App &app, const Options &options, Command &chosen);
 void AddReport(CLI::App &app, const Options &options, Command &chosen);
 void AddDecode(CLI::App &app, const Options &options, Command &chosen);
 void AddDump(CLI::App &app, const Options &options, Command &chosen);

@@ -1,0 +1,164 @@
+// What runs in the guest: the built library in front of a scanner that a real USB stack has found. The same
+// program in front of the virtual scanner in process gives the digests that the guest's must equal.
+#include "tests/support/host.h"
+
+#include <algorithm>
+#include <cinttypes>
+#include <cstdio>
+#include <iostream>
+#include <thread>
+
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+
+// The guest's processor is emulated.
+constexpr seconds kScanTime(60);
+
+struct GuestTest : HostTest {
+    static void SetUpTestSuite() { VS_SetSpeed(0); } // whoever starts the program sets K274_DEVICE
+    void SetUp() override {
+        HostTest::SetUp();
+        K274_SetBcdOpt(0); // a decoder that runs by the clock
+        VS_ClearFaults();
+        VS_PlugIn();
+    }
+    void TearDown() override {
+        if (HasFailure())
+            for (const std::string &line : Log())
+                std::cout << "log: " << line << '\n';
+        HostTest::TearDown();
+        K274_LstScan(0, 0);
+    }
+    int ScanWell(const std::string &card) {
+        Insert(card);
+        return WaitFor({8, 9, 11}, kScanTime);
+    }
+    static uint32_t HardResets() {
+        VS_Observed observed{};
+        VS_GetObserved(&observed);
+        return observed.hardResets;
+    }
+};
+
+void PrintDigest(const char *card, const char *name, const void *from, size_t size) {
+    uint64_t digest = 0xCBF29CE484222325;
+    const auto *bytes = static_cast<const uint8_t *>(from);
+    for (size_t i = 0; i < size; i++)
+        digest = (digest ^ bytes[i]) * 0x100000001B3;
+    std::printf("digest %s %s %016" PRIx64 "\n", card, name, digest);
+}
+
+/// One for everything that the last scan left for the host.
+void PrintDigests(const char *card) {
+    const struct {
+        const char *name;
+        const uint8_t *image;
+        size_t size;
+    } images[] = {
+        {"NatFr", K274_GetImgNatFr(), size_t{3} * K274_NAT_WIDTH * K274_NAT_HEIGHT},
+        {"NatBk", K274_GetImgNatBk(), size_t{3} * K274_NAT_WIDTH * K274_NAT_HEIGHT},
+        {"IrFr", K274_GetImgIrFr(), size_t{K274_IR_WIDTH} * K274_IR_HEIGHT},
+        {"IrBk", K274_GetImgIrBk(), size_t{K274_IR_WIDTH} * K274_IR_HEIGHT},
+        {"UvFr", K274_GetImgUvFr(), size_t{3} * K274_UV_WIDTH * K274_UV_HEIGHT},
+        {"UvBk", K274_GetImgUvBk(), size_t{3} * K274_UV_WIDTH * K274_UV_HEIGHT},
+        {"SliFr", K274_GetImgSliFr(), size_t{3} * K274_SLI_WIDTH * K274_SLI_HEIGHT},
+        {"SliBk", K274_GetImgSliBk(), size_t{3} * K274_SLI_WIDTH * K274_SLI_HEIGHT},
+        {"Edge", K274_GetImgEdge(), size_t{3} * K274_EDGE_WIDTH * K274_EDGE_HEIGHT},
+        {"MsIr", K274_GetImgMsIr(), size_t{K274_MSIR_WIDTH} * K274_MSIR_HEIGHT},
+        {"MsBl", K274_GetImgMsBl(), size_t{K274_MSBL_WIDTH} * K274_MSBL_HEIGHT},
+        {"raw-response", K274_GetCcdRawResp(), 18900},
+        {"corrected-response", K274_GetCcdCorResp(), 18900},
+    };
+    for (const auto &each : images)
+        PrintDigest(card, each.name, each.image, each.size);
+    K274_Magnetic stripe{};
+    K274_GetMag(&stripe);
+    PrintDigest(card, "stripe", &stripe, sizeof stripe);
+    K274_Version version{};
+    K274_GetVersion(&version);
+    PrintDigest(card, "version", &version, sizeof version);
+}
+
+TEST_F(GuestTest, ScansForDigests) {
+    Start();
+    const struct {
+        const char *card;
+        int lastScanMode;
+    } scans[] = {{"licence", 0}, {"member", 1}};
+    for (const auto &scan : scans) {
+        K274_LstScan(scan.lastScanMode, 600);
+        std::this_thread::sleep_for(milliseconds(300)); // the scanner has been told
+        VS_SetSeed(5);
+        ASSERT_EQ(ScanWell(scan.card), 8);
+        if (scan.lastScanMode == 1)
+            K274_1200S();
+        EXPECT_EQ(K274_GefXfrErrs(), 0U);
+        PrintDigests(scan.card);
+    }
+}
+
+TEST_F(GuestTest, ScansAgainAfterItWasUnpluggedInMidScan) {
+    const struct {
+        uint32_t command, direction, first;
+    } moments[] = {{0x20, VS_IN, 1}, {0x01, VS_OUT, 1}, {0x01, VS_IN, 170}};
+    K274_ScanMode(82);
+    Start();
+    for (const auto &moment : moments) {
+        SCOPED_TRACE(testing::Message() << moment.command << ' ' << moment.direction << ' ' << moment.first);
+        const VS_Fault fault{moment.command, moment.direction, moment.first, 1, VS_FAULT_UNPLUG, 0};
+        ASSERT_EQ(VS_ArmFault(&fault), VS_OK);
+        Insert("club");
+        ASSERT_EQ(WaitFor({11}, kScanTime), 11);
+        EXPECT_EQ(K274_UsbIsOnline(), 0);
+        VS_ClearFaults();
+        Mark();
+        VS_PlugIn();
+        ASSERT_EQ(WaitFor({10}), 10);
+        VS_PressEject();
+    }
+    EXPECT_EQ(ScanWell("club"), 8);
+}
+
+TEST_F(GuestTest, RecoversByResets) {
+    // A stall, a packet too short, nothing in time. An error on the wire the system repeats by itself.
+    constexpr uint32_t kStall = 0xC0000004, kWireError = 0xC0000011;
+    const struct {
+        VS_Fault fault;
+        int end, errors;
+    } cases[] = {{{0x01, VS_OUT, 20, 1, VS_FAULT_STATUS, kStall}, 8, 1},
+                 {{0x01, VS_IN, 20, 1, VS_FAULT_STATUS, kStall}, 8, 1},
+                 {{0x01, VS_IN, 20, 1, VS_FAULT_SHORT, 16384}, 8, 1},
+                 {{0x01, VS_IN, 20, 1, VS_FAULT_STALL, 5120}, 8, 1},
+                 {{0x01, VS_OUT, 20, 1, VS_FAULT_STALL, 0}, 8, 1},
+                 {{0x01, VS_IN, 20, 1, VS_FAULT_STATUS, kWireError}, 8, 0},
+                 {{0x01, VS_IN, 20, 2, VS_FAULT_STATUS, kStall}, 9, 1}};
+    K274_ScanMode(82);
+    Start();
+    for (const auto &c : cases) {
+        SCOPED_TRACE(testing::Message()
+                     << c.fault.direction << ' ' << c.fault.action << ' ' << c.fault.value);
+        const uint32_t resets = HardResets();
+        K274_ClrXfrErrs();
+        ASSERT_EQ(VS_ArmFault(&c.fault), VS_OK);
+        EXPECT_EQ(ScanWell("club"), c.end);
+        EXPECT_EQ(K274_GefXfrErrs(), static_cast<uint32_t>(c.errors));
+        EXPECT_EQ(HardResets() > resets, c.errors > 0);
+        VS_ClearFaults();
+        VS_PressEject();
+    }
+}
+
+TEST_F(GuestTest, ComesBackFromAPortCycle) {
+    constexpr int32_t kCyclePort = 0xFFFFF;
+    K274_ScanMode(82);
+    Start();
+    K274_UsbTest(kCyclePort, 0);
+    K274_UsbTest(0, 0);
+    EXPECT_EQ(ScanWell("club"), 8);
+    const std::vector<std::string> log = Log();
+    EXPECT_NE(std::find(log.begin(), log.end(), "usb,     Cycle Port ONLINE"), log.end());
+}
+
+} // namespace
