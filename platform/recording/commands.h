@@ -8,7 +8,7 @@
 
 namespace recording {
 
-constexpr uint8_t kStatusPoll = 0x00, kEventRead = 0x15;
+constexpr uint8_t kStatusPoll = 0x00, kEventRead = 0x15, kDeviceInfo = 0x7F;
 
 /// Null for a code that is no command.
 const char *CommandName(uint8_t code);

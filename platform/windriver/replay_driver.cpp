@@ -14,11 +14,15 @@ using recording::Kind;
 using std::chrono::microseconds;
 using std::chrono::steady_clock;
 
-constexpr auto kFirstNewsWait = std::chrono::milliseconds(500);
+constexpr auto kFirstNewsWait = std::chrono::seconds(2);
 // Without the recorded pace, an unplugged scanner stays away long enough for hosts to notice, and no longer.
 constexpr microseconds kLongestGap = std::chrono::seconds(5);
 // After so many polls in a row that were not recorded people are told what is waited for.
 constexpr int kPatientPolls = 100;
+// Hosts pass over restarts while they are younger than three of the calendar's seconds.
+constexpr auto kGrown = std::chrono::milliseconds(3500);
+// Kinds of status replies.
+constexpr uint8_t kPlain = 0, kRestart = 1;
 
 // By file: where a process that opens the driver again goes on. Under the lock of the open driver.
 struct LastSession {
@@ -57,7 +61,7 @@ void ReplayDriver::Say(const std::string &text) const {
 }
 
 void ReplayDriver::Start() {
-    lastStep_ = steady_clock::now();
+    start_ = lastStep_ = steady_clock::now();
     thread_ = std::thread([self = shared_from_this()] { self->Deliver(); });
 }
 
@@ -82,6 +86,8 @@ void ReplayDriver::Stop() {
 ReplayDriver::TimePoint ReplayDriver::Due(const Step &step) const {
     if (speed_ > 0)
         return lastStep_ + Scaled(step.gapUs, speed_);
+    if (!called_) // it was there already
+        return lastStep_;
     return lastStep_ + std::min(Scaled(step.gapUs, 1), kLongestGap);
 }
 
@@ -164,6 +170,7 @@ uint32_t ReplayDriver::Perform(const Call &call, const Transfer *transfer) {
     Lock lock(mutex_);
     if (closing_)
         return kCanceled;
+    called_ = true;
     if (call.device == 0 || call.device > lastAttached_)
         return kInvalidHandle;
     if (departed_)
@@ -187,6 +194,8 @@ std::optional<Step> ReplayDriver::Find(const Call &call) {
 
 uint32_t ReplayDriver::Answer(Lock &lock, Step step, const Transfer *transfer) {
     repeats_ = 0;
+    if (const auto reply = ReadPollReply(step); reply && reply->kind == kRestart)
+        TellRestart(lock, step);
     lastStep_ = steady_clock::now();
     if (transfer != nullptr) {
         *transfer->transferred = step.entry.transferred;
@@ -206,6 +215,14 @@ uint32_t ReplayDriver::Answer(Lock &lock, Step step, const Transfer *transfer) {
     }
     changed_.notify_all(); // an arrival or departure may be next
     return entry.status;
+}
+
+/// A host decides by its age whether it heeds a restart, and here it is made to decide as the one recorded.
+void ReplayDriver::TellRestart(Lock &lock, Step &step) {
+    if (!script_.RestartIsHeeded(step.entry.thread))
+        step.data[4] = kPlain;
+    else
+        changed_.wait_until(lock, start_ + kGrown, [this] { return closing_; });
 }
 
 uint32_t ReplayDriver::Unmatched(const Call &call, const Transfer *transfer) {
@@ -236,7 +253,7 @@ uint32_t ReplayDriver::RepeatPoll(const Transfer *transfer) {
     const size_t count = std::min<size_t>(lastPoll_->data.size(), transfer->size);
     std::copy_n(lastPoll_->data.begin(), count, transfer->buffer);
     if (count > 4)
-        transfer->buffer[4] = 0;
+        transfer->buffer[4] = kPlain;
     *transfer->transferred = static_cast<uint32_t>(count);
     return kSuccess;
 }

@@ -38,6 +38,7 @@ private:
     uint32_t Perform(const Call &call, const Transfer *transfer);
     std::optional<Step> Find(const Call &call);
     uint32_t Answer(Lock &lock, Step step, const Transfer *transfer);
+    void TellRestart(Lock &lock, Step &step);
     uint32_t Unmatched(const Call &call, const Transfer *transfer);
     uint32_t RepeatPoll(const Transfer *transfer);
     void NoteWaiting();
@@ -60,7 +61,8 @@ private:
     bool departed_ = false;        // the host, from the recording
     uintptr_t attached_ = 0;       // number of the attach that the host knows of, 0: none
     uintptr_t lastAttached_ = 0;   // the highest so far
-    TimePoint lastStep_;           // when a step was used up
+    TimePoint start_, lastStep_;   // when the driver was opened; when a step was used up
+    bool called_ = false;          // by the host
     std::optional<Step> lastPoll_; // reply of it
     bool repeating_ = false;       // the next read belongs to a poll that was not recorded
     int repeats_ = 0;              // in a row

@@ -136,6 +136,15 @@ void ReplayScript::PassOver(const Call &call, std::optional<uint16_t> word, uint
     }
 }
 
+bool ReplayScript::RestartIsHeeded(uint32_t thread) {
+    for (size_t at = 0; at < kWindow && Fill(at + 1); at++) {
+        const Step &step = window_[at];
+        if (step.entry.kind == Kind::Transfer && step.entry.thread == thread)
+            return !step.entry.read && step.command == recording::kDeviceInfo;
+    }
+    return false;
+}
+
 bool IsPoll(const Call &call) {
     return call.kind == Kind::Transfer && !call.read && call.size > 0 &&
            call.data[0] == recording::kStatusPoll;

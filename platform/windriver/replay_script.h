@@ -51,6 +51,9 @@ public:
     /// Passes over steps that the host need not take: status polls that tell nothing new beside `word`, and
     /// calls to a scanner that has left. To be tried when nothing answers.
     void PassOver(const Call &call, std::optional<uint16_t> word, uintptr_t attached);
+    /// Whether the host recorded, having been told of a restart, asked who the scanner is: it does so unless
+    /// the restart was passed over. @param thread  that was told
+    bool RestartIsHeeded(uint32_t thread);
     /// Why there is no head.
     std::string EndText() const { return reader_.EndText(); }
 

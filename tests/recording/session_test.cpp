@@ -108,21 +108,6 @@ TEST_F(RecordedSession, AScanWithARepeatedBlockComesOutTheSame) {
     EXPECT_EQ(EndReplay(), "");
 }
 
-TEST_F(RecordedSession, AnUnpluggedScannerLeavesAndReturns) {
-    StartRecording();
-    VS_Unplug();
-    ASSERT_EQ(WaitFor({11}), 11);
-    Mark();
-    VS_PlugIn();
-    ASSERT_EQ(WaitFor({10}), 10);
-
-    StartReplay();
-    EXPECT_EQ(WaitFor({11}), 11);
-    Mark();
-    EXPECT_EQ(WaitFor({10}), 10);
-    EXPECT_EQ(EndReplay(), "");
-}
-
 TEST_F(RecordedSession, AHostThatDoesSomethingElseLosesTheScanner) {
     StartRecording();
     StartReplay();
