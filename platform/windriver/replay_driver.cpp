@@ -20,7 +20,7 @@ constexpr microseconds kLongestGap = std::chrono::seconds(5);
 // After so many polls in a row that were not recorded people are told what is waited for.
 constexpr int kPatientPolls = 100;
 // Hosts pass over restarts while they are younger than three of the calendar's seconds.
-constexpr auto kGrown = std::chrono::milliseconds(3500);
+constexpr auto kYoung = std::chrono::milliseconds(1900), kGrown = std::chrono::milliseconds(3500);
 // Kinds of status replies.
 constexpr uint8_t kPlain = 0, kRestart = 1;
 
@@ -219,10 +219,10 @@ uint32_t ReplayDriver::Answer(Lock &lock, Step step, const Transfer *transfer) {
 
 /// A host decides by its age whether it heeds a restart, and here it is made to decide as the one recorded.
 void ReplayDriver::TellRestart(Lock &lock, Step &step) {
-    if (!script_.RestartIsHeeded(step.entry.thread))
-        step.data[4] = kPlain;
-    else
+    if (script_.RestartIsHeeded(step.entry.thread))
         changed_.wait_until(lock, start_ + kGrown, [this] { return closing_; });
+    else if (steady_clock::now() > start_ + kYoung)
+        step.data[4] = kPlain;
 }
 
 uint32_t ReplayDriver::Unmatched(const Call &call, const Transfer *transfer) {
