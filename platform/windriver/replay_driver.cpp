@@ -121,7 +121,8 @@ void ReplayDriver::TellAttached(Lock &lock, const Step &step) {
     // Bytes that the recording does not have are zero.
     info_ = {};
     const std::vector<uint8_t> &data = step.data;
-    std::memcpy(&info_.Descriptor, data.data(), std::min(data.size(), sizeof info_.Descriptor));
+    std::copy_n(data.begin(), std::min(data.size(), sizeof info_.Descriptor),
+                reinterpret_cast<uint8_t *>(&info_.Descriptor));
     size_t at = sizeof info_.Descriptor;
     for (size_t k = 0; k < std::size(interfaces_); k++, at += sizeof settings_[k].Descriptor) {
         if (at + sizeof settings_[k].Descriptor > data.size())
