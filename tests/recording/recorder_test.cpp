@@ -128,12 +128,16 @@ TEST_F(Recorder, NotesWhatWasAskedForAndWhatCame) {
     EXPECT_EQ(lie.data.size(), lie.entry.size) << "no byte outside the host's buffer";
 }
 
-/// What the host did and was told; answers end when its other thread gets to it.
+/// What the host did, and behind that what it was told: threads of their own, each in its order. Answers end
+/// when the telling thread gets to it.
 std::vector<Kept> Calls(std::vector<Kept> entries) {
     const auto other = [](const Kept &kept) {
         return kept.entry.kind == Kind::Init || kept.entry.kind == Kind::AttachAnswer;
     };
     entries.erase(std::remove_if(entries.begin(), entries.end(), other), entries.end());
+    std::stable_partition(entries.begin(), entries.end(), [](const Kept &kept) {
+        return kept.entry.kind != Kind::Attach && kept.entry.kind != Kind::Detach;
+    });
     return entries;
 }
 
