@@ -113,6 +113,7 @@ bool Correction::Correct(const std::vector<int> &unreadable, const Stopwatch &wa
     if (erased > correction_ - kSpare)
         return false;
     std::vector<Element> erasedPlaces;
+    erasedPlaces.reserve(unreadable.size());
     for (const int place : unreadable)
         erasedPlaces.push_back(Power(count - 1 - place));
     const Polynomial locator = Locator(syndromes_, erasedPlaces, watch);
