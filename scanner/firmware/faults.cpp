@@ -1,6 +1,8 @@
 // Counts transfers for the armed faults.
 #include "scanner/firmware/faults.h"
 
+#include <algorithm>
+
 namespace scanner {
 
 bool FaultList::Arm(const VS_Fault &fault) {
@@ -25,6 +27,26 @@ std::optional<VS_Fault> FaultList::Next(unsigned command, unsigned direction) {
             met = fault;
     }
     return met;
+}
+
+Fate FateOf(const VS_Fault &fault) {
+    switch (fault.action) {
+    case VS_FAULT_STATUS:
+        return Fate::Fails;
+    case VS_FAULT_UNPLUG:
+        return Fate::Unplugs;
+    case VS_FAULT_STALL:
+        return Fate::Hangs;
+    default:
+        return Fate::TakesPlace;
+    }
+}
+
+void Spoil(const VS_Fault &fault, std::vector<uint8_t> *bytes) {
+    if (fault.action == VS_FAULT_SHORT || fault.action == VS_FAULT_STALL)
+        bytes->resize(std::min<size_t>(bytes->size(), fault.value));
+    else if (fault.action == VS_FAULT_GARBAGE)
+        FillWithNoise(fault.value, bytes->data(), bytes->size());
 }
 
 void FillWithNoise(uint32_t seed, uint8_t *bytes, size_t count) {

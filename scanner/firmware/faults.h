@@ -1,4 +1,4 @@
-// Faults that tests have armed, and the transfers that meet them.
+// Faults that tests have armed, the transfers that meet them, and what becomes of these.
 #pragma once
 
 #include "scanner/virtual_scanner.h"
@@ -26,6 +26,13 @@ private:
     };
     std::vector<Armed> armed_;
 };
+
+/// What becomes of a transfer that a fault has met.
+enum class Fate { TakesPlace, Fails /* with the fault's value for a status */, Unplugs, Hangs };
+Fate FateOf(const VS_Fault &fault);
+
+/// Leaves of the bytes that pass what the fault does: fewer of them, or noise.
+void Spoil(const VS_Fault &fault, std::vector<uint8_t> *bytes);
 
 /// Noise in place of data.
 void FillWithNoise(uint32_t seed, uint8_t *bytes, size_t count);

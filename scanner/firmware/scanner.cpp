@@ -97,4 +97,24 @@ void Scanner::FeedSlot(std::unique_lock<std::mutex> &lock) {
     }
 }
 
+std::optional<VS_Fault> Scanner::MeetFault(unsigned command, unsigned direction) {
+    const auto fault = faults.Next(command, direction);
+    if (fault)
+        log.Line("fault %u, value %u, on a transfer %s of command 0x%02X", fault->action, fault->value,
+                 direction == VS_OUT ? "out" : "in", command);
+    return fault;
+}
+
+OutResult Scanner::Command(const uint8_t *bytes, size_t count, const std::optional<VS_Fault> &fault) {
+    std::vector<uint8_t> passed(bytes, bytes + (fault ? count : 0));
+    if (fault) {
+        Spoil(*fault, &passed);
+        bytes = passed.data();
+        count = passed.size();
+    }
+    const OutResult result = device.Out(bytes, count);
+    changed.notify_all(); // somebody may be waiting for the reply already
+    return fault && fault->action == VS_FAULT_SHORT ? OutResult::Ack : result;
+}
+
 } // namespace scanner

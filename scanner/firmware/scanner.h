@@ -49,6 +49,12 @@ public:
     /// used are named on standard error and left out.
     void FeedSlot(std::unique_lock<std::mutex> &lock);
 
+    /// The fault that the next transfer meets, and a line of the log for it.
+    std::optional<VS_Fault> MeetFault(unsigned command, unsigned direction);
+    /// Hands the device a command, as the fault leaves it. Of a cut one nobody is told a fault, whatever the
+    /// device makes of the rest.
+    OutResult Command(const uint8_t *bytes, size_t count, const std::optional<VS_Fault> &fault);
+
 private:
     void Connect();
 

@@ -2,13 +2,20 @@
 #include "tests/usb/bus_device.h"
 
 #include <algorithm>
+#include <iterator>
+#include <sstream>
 
 namespace bus {
 namespace {
 
 constexpr uint16_t kVendorId = K274_VENDOR_ID;
-constexpr uint8_t Low(uint16_t value) { return static_cast<uint8_t>(value); }
-constexpr uint8_t High(uint16_t value) { return static_cast<uint8_t>(value >> 8); }
+
+/// Bytes written as two hexadecimal digits each.
+Bytes FromHex(const std::string &digits) {
+    std::istringstream from(digits);
+    from >> std::hex;
+    return Bytes(std::istream_iterator<unsigned>(from), {});
+}
 
 // What a host's driver calls the ends of a transfer, as tests name them in faults.
 constexpr uint32_t kStallStatus = 0xC0000004, kBabbleStatus = 0xC0000012;
@@ -23,63 +30,19 @@ Outcome OutcomeOf(uint32_t status) {
 
 const Bytes &DeviceDescriptor() {
     // USB 2.0, class by interface, packets of 64 bytes on endpoint 0, release 1.0, one configuration.
-    static const Bytes bytes{18,
-                             1,
-                             0x00,
-                             0x02,
-                             0,
-                             0,
-                             0,
-                             64,
-                             Low(kVendorId),
-                             High(kVendorId),
-                             Low(kProductId),
-                             High(kProductId),
-                             0x00,
-                             0x01,
-                             0,
-                             0,
-                             0,
-                             1};
+    static const Bytes bytes = [] {
+        Bytes made = FromHex("12 01 00 02 00 00 00 40 00 00 00 00 00 01 00 00 00 01");
+        scanner::Put16(&made[8], kVendorId);
+        scanner::Put16(&made[10], kProductId);
+        return made;
+    }();
     return bytes;
 }
 
 const Bytes &ConfigDescriptor() {
-    constexpr uint8_t kAll = 9 + 9 + 7 + 7;
-    constexpr uint8_t kSelfPowered = 0xC0, kBulk = 2;
-    constexpr uint16_t kPacket = scanner::kWirePacketBytes;
-    static const Bytes bytes{9,
-                             2,
-                             kAll,
-                             0,
-                             1,
-                             1,
-                             0,
-                             kSelfPowered,
-                             1, //
-                             9,
-                             4,
-                             0,
-                             0,
-                             2,
-                             0xFF,
-                             0xFF,
-                             0xFF,
-                             0, //
-                             7,
-                             5,
-                             kOutEndpoint,
-                             kBulk,
-                             Low(kPacket),
-                             High(kPacket),
-                             0, //
-                             7,
-                             5,
-                             kInEndpoint,
-                             kBulk,
-                             Low(kPacket),
-                             High(kPacket),
-                             0};
+    // Self-powered; one interface of the maker's own class; a bulk endpoint each way, packets of 512 bytes.
+    static const Bytes bytes = FromHex("09 02 20 00 01 01 00 C0 01 09 04 00 00 02 FF FF FF 00 "
+                                       "07 05 02 02 00 02 00 07 05 81 02 00 02 00");
     return bytes;
 }
 
@@ -220,43 +183,35 @@ void BusDevice::Meet(Lock &lock, Request &request) {
         lastCommand_ = request.bytes.empty() ? 0 : request.bytes[0];
     }
     if (request.end == Outcome::Done)
-        request.fault = scanner_.faults.Next(lastCommand_, request.in ? VS_IN : VS_OUT);
+        request.fault = scanner_.MeetFault(lastCommand_, request.in ? VS_IN : VS_OUT);
 }
 
 /// Empty while the request waits.
 std::optional<Result> BusDevice::Try(Request &request) {
-    if (request.fault) {
-        const VS_Fault &fault = *request.fault;
-        scanner_.log.Line("fault %u, value %u, on a transfer %s of command 0x%02X", fault.action, fault.value,
-                          request.in ? "in" : "out", lastCommand_);
-        if (fault.action == VS_FAULT_STATUS)
-            return Result{OutcomeOf(fault.value), {}, 0, false};
-        if (fault.action == VS_FAULT_UNPLUG) {
-            scanner_.Unplug();
-            return Result{Outcome::Gone, {}, 0, false};
-        }
-        if (fault.action == VS_FAULT_STALL && !(request.in && fault.value > 0)) {
-            request.hung = true;
-            return std::nullopt;
-        }
+    if (!request.fault)
+        return request.in ? TryIn(request) : TryOut(request);
+    const VS_Fault &fault = *request.fault;
+    switch (scanner::FateOf(fault)) {
+    case scanner::Fate::Fails:
+        return Result{OutcomeOf(fault.value), {}, 0, false};
+    case scanner::Fate::Unplugs:
+        scanner_.Unplug();
+        return Result{Outcome::Gone, {}, 0, false};
+    case scanner::Fate::Hangs:
+        request.hung = !request.in || fault.value == 0; // else after so many bytes
+        break;
+    case scanner::Fate::TakesPlace:
+        break;
     }
-    return request.in ? TryIn(request) : TryOut(request);
+    return request.hung ? std::nullopt : request.in ? TryIn(request) : TryOut(request);
 }
 
 std::optional<Result> BusDevice::TryOut(Request &request) {
-    Bytes &bytes = request.bytes;
-    const auto count = static_cast<uint32_t>(bytes.size());
-    const uint32_t action = request.fault ? request.fault->action : 0;
-    if (action == VS_FAULT_SHORT)
-        bytes.resize(std::min<size_t>(bytes.size(), request.fault->value));
-    if (action == VS_FAULT_GARBAGE)
-        scanner::FillWithNoise(request.fault->value, bytes.data(), bytes.size());
+    const Bytes &bytes = request.bytes;
     staged_.reset();
-    const bool taken = scanner_.device.Out(bytes.data(), bytes.size()) == scanner::OutResult::Ack;
-    // Of a cut command the host sees no fault, whatever the scanner makes of the rest.
-    if (taken || action == VS_FAULT_SHORT)
-        return Result{Outcome::Done, {}, count, false};
-    return Result{Outcome::Stall, {}, 0, false};
+    if (scanner_.Command(bytes.data(), bytes.size(), request.fault) == scanner::OutResult::Stall)
+        return Result{Outcome::Stall, {}, 0, false};
+    return Result{Outcome::Done, {}, static_cast<uint32_t>(bytes.size()), false};
 }
 
 std::optional<Result> BusDevice::TryIn(Request &request) {
@@ -299,10 +254,7 @@ scanner::InResult BusDevice::Stage(const VS_Fault &fault) {
     if (result != scanner::InResult::Data)
         return result;
     whole.resize(count);
-    if (fault.action == VS_FAULT_GARBAGE)
-        scanner::FillWithNoise(fault.value, whole.data(), count);
-    else
-        whole.resize(std::min<size_t>(count, fault.value));
+    scanner::Spoil(fault, &whole);
     staged_ = std::move(whole);
     return result;
 }

@@ -1,6 +1,6 @@
 // Calls of different threads interleave differently from run to run, and a host polls a little more or less
 // often: that much may differ. All else must come as it was recorded.
-#include "platform/windriver/replay_script.h"
+#include "platform/windriver/replay/script.h"
 
 #include "platform/recording/format.h"
 

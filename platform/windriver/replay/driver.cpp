@@ -1,5 +1,5 @@
 // A call that the recording has no answer for is a status poll more than recorded, or the host has departed.
-#include "platform/windriver/replay_driver.h"
+#include "platform/windriver/replay/driver.h"
 
 #include <algorithm>
 #include <cmath>
@@ -52,7 +52,8 @@ uintptr_t AttachOf(const void *device) { return reinterpret_cast<uintptr_t>(devi
 } // namespace
 
 ReplayDriver::ReplayDriver(const std::string &file, const WDU_EVENT_TABLE &events)
-    : file_(file), events_(events), speed_(SpeedOfEnvironment()), script_(file, NextSession(file)) {
+    : file_(file), speed_(SpeedOfEnvironment()), news_(mutex_, changed_, events),
+      script_(file, NextSession(file)) {
     Last() = {file, script_.Session()};
 }
 
@@ -62,24 +63,17 @@ void ReplayDriver::Say(const std::string &text) const {
 
 void ReplayDriver::Start() {
     start_ = lastStep_ = steady_clock::now();
-    thread_ = std::thread([self = shared_from_this()] { self->Deliver(); });
+    news_.Start([self = shared_from_this()](Lock &lock) { return self->LookForNews(lock); });
 }
 
-void ReplayDriver::AwaitFirstNews() {
-    Lock lock(mutex_);
-    changed_.wait_for(lock, kFirstNewsWait, [this] { return newsTold_ || closing_; });
-}
+void ReplayDriver::AwaitFirstNews() { news_.AwaitFirst(kFirstNewsWait); }
 
 void ReplayDriver::Stop() {
     {
         const Lock lock(mutex_);
-        closing_ = true;
-        changed_.notify_all();
+        news_.Close();
     }
-    if (thread_.get_id() == std::this_thread::get_id())
-        thread_.detach(); // a host that closes from within a callback: the thread ends after that
-    else
-        thread_.join();
+    news_.Join();
 }
 
 /// When an arrival or departure is told: as long after what came before as in the recording.
@@ -91,30 +85,20 @@ ReplayDriver::TimePoint ReplayDriver::Due(const Step &step) const {
     return lastStep_ + std::min(Scaled(step.gapUs, 1), kLongestGap);
 }
 
-void ReplayDriver::Deliver() {
-    Lock lock(mutex_);
-    while (!closing_) {
-        const Step *head = departed_ ? nullptr : script_.Head();
-        const bool event = head != nullptr && head->IsEvent();
-        const TimePoint due = event ? Due(*head) : TimePoint::max();
-        if (event && due <= steady_clock::now()) {
-            const Step step = script_.TakeHead();
-            lastStep_ = steady_clock::now();
-            if (step.entry.kind == Kind::Attach)
-                TellAttached(lock, step);
-            else
-                TellDetached(lock);
-            continue;
-        }
-        if (!event && !newsTold_) {
-            newsTold_ = true;
-            changed_.notify_all();
-        }
-        if (event)
-            changed_.wait_until(lock, due);
-        else
-            changed_.wait(lock);
-    }
+News::Look ReplayDriver::LookForNews(Lock &lock) {
+    const Step *head = departed_ ? nullptr : script_.Head();
+    if (head == nullptr || !head->IsEvent())
+        return {false, true};
+    const TimePoint due = Due(*head);
+    if (due > steady_clock::now())
+        return {false, false, due};
+    const Step step = script_.TakeHead();
+    lastStep_ = steady_clock::now();
+    if (step.entry.kind == Kind::Attach)
+        TellAttached(lock, step);
+    else
+        TellDetached(lock);
+    return {true};
 }
 
 void ReplayDriver::TellAttached(Lock &lock, const Step &step) {
@@ -133,22 +117,15 @@ void ReplayDriver::TellAttached(Lock &lock, const Step &step) {
     }
     attached_ = step.entry.device; // the host may use the handle from within the callback
     lastAttached_ = std::max(lastAttached_, attached_);
-    if (events_.pfDeviceAttach == nullptr)
-        return;
-    lock.unlock();
-    events_.pfDeviceAttach(HandleOf(step.entry.device), &info_, events_.pUserData);
-    lock.lock();
+    news_.TellAttached(lock, HandleOf(step.entry.device), &info_);
 }
 
 void ReplayDriver::TellDetached(Lock &lock) {
     const uintptr_t device = attached_;
     attached_ = 0;
     repeating_ = false;
-    if (device == 0 || events_.pfDeviceDetach == nullptr)
-        return;
-    lock.unlock();
-    events_.pfDeviceDetach(HandleOf(device), events_.pUserData);
-    lock.lock();
+    if (device != 0)
+        news_.TellDetached(lock, HandleOf(device));
 }
 
 uint32_t ReplayDriver::Run(const void *device, const Transfer &transfer) {
@@ -169,7 +146,7 @@ uint32_t ReplayDriver::ResetDevice(const void *device, uint32_t options) {
 
 uint32_t ReplayDriver::Perform(const Call &call, const Transfer *transfer) {
     Lock lock(mutex_);
-    if (closing_)
+    if (news_.Closing())
         return kCanceled;
     called_ = true;
     if (call.device == 0 || call.device > lastAttached_)
@@ -211,8 +188,8 @@ uint32_t ReplayDriver::Answer(Lock &lock, Step step, const Transfer *transfer) {
         lastStep_ += Scaled(entry.endUs > entry.startUs ? entry.endUs - entry.startUs : 0, speed_);
         changed_.notify_all();
         const TimePoint end = lastStep_;
-        changed_.wait_until(lock, end, [this] { return closing_; });
-        return closing_ ? uint32_t{kCanceled} : entry.status;
+        changed_.wait_until(lock, end, [this] { return news_.Closing(); });
+        return news_.Closing() ? uint32_t{kCanceled} : entry.status;
     }
     changed_.notify_all(); // an arrival or departure may be next
     return entry.status;
@@ -221,7 +198,7 @@ uint32_t ReplayDriver::Answer(Lock &lock, Step step, const Transfer *transfer) {
 /// A host decides by its age whether it heeds a restart, and here it is made to decide as the one recorded.
 void ReplayDriver::TellRestart(Lock &lock, Step &step) {
     if (script_.RestartIsHeeded(step.entry.thread))
-        changed_.wait_until(lock, start_ + kGrown, [this] { return closing_; });
+        changed_.wait_until(lock, start_ + kGrown, [this] { return news_.Closing(); });
     else if (steady_clock::now() > start_ + kYoung)
         step.data[4] = kPlain;
 }

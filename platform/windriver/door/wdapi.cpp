@@ -1,7 +1,7 @@
 // The driver library's functions: arguments are checked here, and the environment says which device answers.
 #include "platform/windriver/wdapi.h"
 
-#include "platform/windriver/backends.h"
+#include "platform/windriver/door/backends.h"
 
 #include <cstdio>
 #include <exception>

@@ -1,8 +1,7 @@
-// What stands behind the driver's functions while the driver is open: a device on some bus, and the thread
-// that tells the host of its coming and going.
+// What stands behind the driver's functions while the driver is open: a device on some bus.
 #pragma once
 
-#include "platform/windriver/status.h"
+#include "platform/windriver/base/status.h"
 #include "platform/windriver/wdapi.h"
 
 #include <cstdint>

@@ -1,5 +1,5 @@
 // Bulk transfers between the host and the virtual scanner, and what armed faults do to them.
-#include "platform/windriver/virtual_driver.h"
+#include "platform/windriver/virtual/driver.h"
 
 #include <algorithm>
 #include <vector>
@@ -30,27 +30,26 @@ Status VirtualDriver::WaitFor(Lock &lock, TimePoint moment, const void *device) 
     return Check(device);
 }
 
-/// Lets those faults happen that keep a transfer from taking place. Empty when it does take place.
+/// What comes of a transfer that a fault keeps from taking place; empty when it does take place.
 std::optional<uint32_t> VirtualDriver::Prevented(Lock &lock, const void *device, const VS_Fault &fault,
                                                  TimePoint deadline) {
-    scanner_.log.Line("fault %u, value %u, on a transfer %s of command 0x%02X", fault.action, fault.value,
-                      fault.direction == VS_OUT ? "out" : "in", lastCommand_);
-    switch (fault.action) {
-    case VS_FAULT_STATUS:
+    switch (scanner::FateOf(fault)) {
+    case scanner::Fate::TakesPlace:
+        return std::nullopt;
+    case scanner::Fate::Fails:
         return fault.value;
-    case VS_FAULT_UNPLUG:
+    case scanner::Fate::Unplugs:
         scanner_.Unplug();
         return kDeviceGone;
-    case VS_FAULT_STALL:
-        while (std::chrono::steady_clock::now() < deadline) {
-            const Status status = WaitFor(lock, deadline, device);
-            if (status != kSuccess)
-                return status;
-        }
-        return kTimeout;
-    default:
-        return std::nullopt;
+    case scanner::Fate::Hangs:
+        break;
     }
+    while (std::chrono::steady_clock::now() < deadline) {
+        const Status status = WaitFor(lock, deadline, device);
+        if (status != kSuccess)
+            return status;
+    }
+    return kTimeout;
 }
 
 uint32_t VirtualDriver::Send(Lock &lock, const void *device, const Transfer &transfer, TimePoint deadline) {
@@ -61,37 +60,23 @@ uint32_t VirtualDriver::Send(Lock &lock, const void *device, const Transfer &tra
         return status;
 
     lastCommand_ = transfer.size > 0 ? transfer.buffer[0] : 0;
-    const auto fault = scanner_.faults.Next(lastCommand_, VS_OUT);
-    const uint8_t *bytes = transfer.buffer;
-    uint32_t size = transfer.size;
-    std::vector<uint8_t> noise;
+    const auto fault = scanner_.MeetFault(lastCommand_, VS_OUT);
     if (fault) {
         if (const auto failed = Prevented(lock, device, *fault, deadline))
             return *failed;
-        if (fault->action == VS_FAULT_SHORT) {
-            size = std::min(size, fault->value);
-        } else if (fault->action == VS_FAULT_GARBAGE) {
-            noise.resize(size);
-            scanner::FillWithNoise(fault->value, noise.data(), size);
-            bytes = noise.data();
-        }
     }
-    const bool taken = scanner_.device.Out(bytes, size) == scanner::OutResult::Ack;
-    scanner_.changed.notify_all(); // somebody may be waiting for the reply already
-    *transfer.transferred = taken ? size : 0;
+    const bool taken = scanner_.Command(transfer.buffer, transfer.size, fault) == scanner::OutResult::Ack;
+    *transfer.transferred = taken ? transfer.size : 0;
+    if (fault && fault->action == VS_FAULT_SHORT)
+        *transfer.transferred = std::min(transfer.size, fault->value);
     if (fault && fault->action == VS_FAULT_LENGTH)
         *transfer.transferred = fault->value;
-    if (fault && fault->action == VS_FAULT_SHORT) {
-        *transfer.transferred =
-            size; // the driver sees no fault in it, whatever the scanner makes of the rest
-        return kSuccess;
-    }
     return taken ? kSuccess : kStall;
 }
 
 uint32_t VirtualDriver::Receive(Lock &lock, const void *device, const Transfer &transfer,
                                 TimePoint deadline) {
-    const auto fault = scanner_.faults.Next(lastCommand_, VS_IN);
+    const auto fault = scanner_.MeetFault(lastCommand_, VS_IN);
     if (!fault)
         return Fetch(lock, device, transfer, deadline);
     if (const auto failed = Prevented(lock, device, *fault, deadline))
@@ -109,13 +94,10 @@ uint32_t VirtualDriver::Receive(Lock &lock, const void *device, const Transfer &
     aside.buffer = whole.data();
     aside.size = static_cast<uint32_t>(whole.size());
     const uint32_t status = Fetch(lock, device, aside, deadline);
-    uint32_t count = *transfer.transferred;
-    if (fault->action == VS_FAULT_SHORT)
-        count = std::min(count, fault->value);
-    else
-        scanner::FillWithNoise(fault->value, whole.data(), count);
-    std::copy_n(whole.begin(), count, transfer.buffer);
-    *transfer.transferred = count;
+    whole.resize(*transfer.transferred);
+    scanner::Spoil(*fault, &whole);
+    std::copy(whole.begin(), whole.end(), transfer.buffer);
+    *transfer.transferred = static_cast<uint32_t>(whole.size());
     return status;
 }
 

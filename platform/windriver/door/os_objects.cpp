@@ -1,6 +1,6 @@
 // Events and mutexes that the driver library lends its hosts. A null handle is refused; any other is taken
 // for what the create function gave out.
-#include "platform/windriver/status.h"
+#include "platform/windriver/base/status.h"
 #include "platform/windriver/wdapi.h"
 
 #include <chrono>

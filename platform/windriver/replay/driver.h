@@ -1,8 +1,9 @@
 // A scanner out of a recording: arrivals and departures are told and calls answered as they were recorded.
 #pragma once
 
-#include "platform/windriver/backend.h"
-#include "platform/windriver/replay_script.h"
+#include "platform/windriver/base/backend.h"
+#include "platform/windriver/base/news.h"
+#include "platform/windriver/replay/script.h"
 
 #include <chrono>
 #include <condition_variable>
@@ -10,7 +11,6 @@
 #include <mutex>
 #include <optional>
 #include <string>
-#include <thread>
 
 namespace wdapi {
 
@@ -28,10 +28,10 @@ public:
     uint32_t ResetDevice(const void *device, uint32_t options) override;
 
 private:
-    using Lock = std::unique_lock<std::mutex>;
-    using TimePoint = std::chrono::steady_clock::time_point;
+    using Lock = News::Lock;
+    using TimePoint = News::TimePoint;
 
-    void Deliver();
+    News::Look LookForNews(Lock &lock);
     void TellAttached(Lock &lock, const Step &step);
     void TellDetached(Lock &lock);
     TimePoint Due(const Step &step) const;
@@ -45,9 +45,7 @@ private:
     void Say(const std::string &text) const;
 
     const std::string file_;
-    const WDU_EVENT_TABLE events_;
     const double speed_; // 0: without waiting
-    std::thread thread_;
 
     // What the host is told of; the driver's thread alone.
     WDU_DEVICE info_{};
@@ -56,8 +54,8 @@ private:
 
     std::mutex mutex_; // guards the rest
     std::condition_variable changed_;
+    News news_;
     ReplayScript script_;
-    bool closing_ = false, newsTold_ = false;
     bool departed_ = false;        // the host, from the recording
     uintptr_t attached_ = 0;       // number of the attach that the host knows of, 0: none
     uintptr_t lastAttached_ = 0;   // the highest so far

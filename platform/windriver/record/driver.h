@@ -2,7 +2,7 @@
 #pragma once
 
 #include "platform/recording/recording.h"
-#include "platform/windriver/backend.h"
+#include "platform/windriver/base/backend.h"
 
 #include <atomic>
 #include <chrono>

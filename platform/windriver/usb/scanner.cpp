@@ -1,7 +1,7 @@
 // Descriptors are taken from the device itself and believed only as far as libusb has checked them.
-#include "platform/windriver/usb_scanner.h"
+#include "platform/windriver/usb/scanner.h"
 
-#include "platform/windriver/backend.h"
+#include "platform/windriver/base/backend.h"
 
 #include <cstdio>
 

@@ -1,5 +1,5 @@
-// The driver's thread and what it tells the host.
-#include "platform/windriver/virtual_driver.h"
+// What the host is told of the scanner, and resets.
+#include "platform/windriver/virtual/driver.h"
 
 #include <algorithm>
 #include <functional>
@@ -35,7 +35,7 @@ const WDU_MATCH_TABLE *FindMatch(const WDU_MATCH_TABLE *tables, uint32_t count) 
 
 VirtualDriver::VirtualDriver(scanner::Scanner &scanner, const WDU_MATCH_TABLE *tables, uint32_t count,
                              const WDU_EVENT_TABLE &events)
-    : scanner_(scanner), events_(events) {
+    : scanner_(scanner), news_(scanner.mutex, scanner.changed, events) {
     const WDU_MATCH_TABLE *match = FindMatch(tables, count);
     if (match == nullptr)
         return;
@@ -51,49 +51,32 @@ VirtualDriver::VirtualDriver(scanner::Scanner &scanner, const WDU_MATCH_TABLE *t
 }
 
 void VirtualDriver::Start() {
-    thread_ = std::thread([self = shared_from_this()] { self->Deliver(); });
+    news_.Start([self = shared_from_this()](Lock &lock) { return self->LookForNews(lock); });
 }
 
-void VirtualDriver::AwaitFirstNews() {
-    Lock lock(scanner_.mutex);
-    scanner_.changed.wait_for(lock, kFirstNewsWait, [this] { return newsTold_ || closing_; });
-}
+void VirtualDriver::AwaitFirstNews() { news_.AwaitFirst(kFirstNewsWait); }
 
 void VirtualDriver::Stop() {
     {
-        Lock lock(scanner_.mutex);
-        closing_ = true;
+        const Lock lock(scanner_.mutex);
         scanner_.ReturnToBus(); // nobody else would bring it back
-        scanner_.changed.notify_all();
+        news_.Close();
     }
-    if (thread_.get_id() == std::this_thread::get_id())
-        thread_.detach(); // a host that closes from within a callback: the thread ends after that
-    else
-        thread_.join();
+    news_.Join();
 }
 
-void VirtualDriver::Deliver() {
-    Lock lock(scanner_.mutex);
-    while (!closing_) {
-        const auto returnsAt = scanner_.ReturnsAt();
-        if (returnsAt && *returnsAt <= std::chrono::steady_clock::now())
-            scanner_.ReturnToBus();
-        if (matches_ && told_ != scanner_.Connection()) {
-            if (told_ != 0)
-                TellDetached(lock);
-            else
-                TellAttached(lock);
-            continue;
-        }
-        if (!newsTold_) {
-            newsTold_ = true;
-            scanner_.changed.notify_all();
-        }
-        if (returnsAt && scanner_.ReturnsAt())
-            scanner_.changed.wait_until(lock, *returnsAt);
+News::Look VirtualDriver::LookForNews(Lock &lock) {
+    const auto returnsAt = scanner_.ReturnsAt();
+    if (returnsAt && *returnsAt <= std::chrono::steady_clock::now())
+        scanner_.ReturnToBus();
+    if (matches_ && told_ != scanner_.Connection()) {
+        if (told_ != 0)
+            TellDetached(lock);
         else
-            scanner_.changed.wait(lock);
+            TellAttached(lock);
+        return {true};
     }
+    return {false, true, scanner_.ReturnsAt().value_or(TimePoint::max())};
 }
 
 void VirtualDriver::TellDetached(Lock &lock) {
@@ -102,28 +85,20 @@ void VirtualDriver::TellDetached(Lock &lock) {
     told_ = 0;
     accepted_ = false;
     handle_ = nullptr;
-    if (!known || events_.pfDeviceDetach == nullptr)
-        return;
-    lock.unlock();
-    events_.pfDeviceDetach(device, events_.pUserData);
-    lock.lock();
+    if (known)
+        news_.TellDetached(lock, device);
 }
 
 void VirtualDriver::TellAttached(Lock &lock) {
     told_ = scanner_.Connection();
     handle_ = NextHandle();
     accepted_ = true; // the host may use the handle from within the callback
-    if (events_.pfDeviceAttach == nullptr)
-        return;
-    void *device = const_cast<void *>(handle_);
-    lock.unlock();
-    const bool accepted = events_.pfDeviceAttach(device, &info_, events_.pUserData) != 0;
-    lock.lock();
+    const bool accepted = news_.TellAttached(lock, const_cast<void *>(handle_), &info_);
     accepted_ = accepted;
 }
 
 Status VirtualDriver::Check(const void *device) const {
-    if (closing_)
+    if (news_.Closing())
         return kCanceled;
     if (handle_ != nullptr && device == handle_)
         return !accepted_ ? kInvalidHandle : told_ == scanner_.Connection() ? kSuccess : kDeviceGone;

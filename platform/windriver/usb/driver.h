@@ -3,9 +3,10 @@
 // holds up nobody's transfers. The host's threads submit transfers and wait for them.
 #pragma once
 
-#include "platform/windriver/usb_scanner.h"
+#include "platform/windriver/usb/scanner.h"
 
-#include "platform/windriver/backend.h"
+#include "platform/windriver/base/backend.h"
+#include "platform/windriver/base/news.h"
 
 #include <atomic>
 #include <chrono>
@@ -34,8 +35,8 @@ public:
     void NoteDeparture(libusb_device *device);
 
 private:
-    using Lock = std::unique_lock<std::mutex>;
-    using TimePoint = std::chrono::steady_clock::time_point;
+    using Lock = News::Lock;
+    using TimePoint = News::TimePoint;
 
     /// A scanner that is plugged in.
     struct Present {
@@ -64,7 +65,7 @@ private:
     };
 
     void HandleEvents();
-    void Deliver();
+    News::Look LookForNews(Lock &lock);
     void TellAttached(Lock &lock, UsbDevice device);
     void TellDetached(Lock &lock);
     Present *NextCandidate(TimePoint *due);
@@ -81,11 +82,10 @@ private:
     void StopEvents();
 
     const MatchTables tables_;
-    const WDU_EVENT_TABLE events_;
     int process_ = 0; // the one that has the threads
     UsbContext context_;
     int hotplug_ = 0;
-    std::thread eventThread_, thread_;
+    std::thread eventThread_;
     std::atomic<bool> eventsOver_{false};
     UsbDescription description_; // of the attached scanner; the driver's thread alone
 
@@ -93,7 +93,7 @@ private:
     // NoteArrival while it handles events, and closing waits for these to be handled.
     std::mutex mutex_;
     std::condition_variable changed_;
-    bool closing_ = false, newsTold_ = false;
+    News news_;
     std::vector<Present> present_; // in the order of their arrival
     UsbDevice attached_;           // the one that the host knows of
     UsbHandle handle_;             // open as long as it is attached

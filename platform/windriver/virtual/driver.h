@@ -2,12 +2,12 @@
 // its own, and takes the host's transfers to it, through the faults that tests have armed.
 #pragma once
 
-#include "platform/windriver/backend.h"
+#include "platform/windriver/base/backend.h"
+#include "platform/windriver/base/news.h"
 #include "scanner/firmware/scanner.h"
 
 #include <memory>
 #include <optional>
-#include <thread>
 
 namespace wdapi {
 
@@ -24,10 +24,10 @@ public:
     uint32_t ResetDevice(const void *device, uint32_t options) override;
 
 private:
-    using Lock = std::unique_lock<std::mutex>;
+    using Lock = News::Lock;
     using TimePoint = scanner::Clock::TimePoint;
 
-    void Deliver();
+    News::Look LookForNews(Lock &lock);
     void TellDetached(Lock &lock);
     void TellAttached(Lock &lock);
     Status Check(const void *device) const;
@@ -39,15 +39,13 @@ private:
     uint32_t Fetch(Lock &lock, const void *device, const Transfer &transfer, TimePoint deadline);
 
     scanner::Scanner &scanner_;
-    const WDU_EVENT_TABLE events_;
+    News news_;
     bool matches_ = false;
     WDU_ALTERNATE_SETTING setting_{};
     WDU_INTERFACE interface_{};
     WDU_DEVICE info_{};
-    std::thread thread_;
 
     // Under the scanner's mutex from here on.
-    bool closing_ = false, newsTold_ = false;
     uint32_t told_ = 0;            // connection that the host knows of, 0: none
     bool accepted_ = false;        // and wants
     const void *handle_ = nullptr; // its handle

@@ -1,10 +1,10 @@
-#include "platform/windriver/backends.h"
+#include "platform/windriver/door/backends.h"
 
-#include "platform/windriver/recording_driver.h"
-#include "platform/windriver/replay_driver.h"
-#include "platform/windriver/virtual_driver.h"
+#include "platform/windriver/record/driver.h"
+#include "platform/windriver/replay/driver.h"
+#include "platform/windriver/virtual/driver.h"
 #if defined(WDAPI_USB)
-#include "platform/windriver/usb_driver.h"
+#include "platform/windriver/usb/driver.h"
 #endif
 
 #include <cstdlib>

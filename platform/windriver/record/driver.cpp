@@ -1,5 +1,5 @@
 // Each call is noted when it has ended, so that a recording tells of nothing that may still change.
-#include "platform/windriver/recording_driver.h"
+#include "platform/windriver/record/driver.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -1,7 +1,7 @@
 // What the host does with an attached scanner: bulk transfers, which it submits and waits for while the event
 // thread completes them, and resets.
-#include "platform/windriver/usb_driver.h"
-#include "platform/windriver/usb_status.h"
+#include "platform/windriver/usb/driver.h"
+#include "platform/windriver/usb/status.h"
 
 #include <algorithm>
 #include <climits>
@@ -49,7 +49,7 @@ UsbDriver::Call::~Call() {
 }
 
 uint32_t UsbDriver::Check(uintptr_t attach) const {
-    return closing_                                   ? kCanceled
+    return news_.Closing()                            ? kCanceled
            : attach == 0 || attach > attaches_        ? kInvalidHandle
            : attach != attaches_ || !handle_ || lost_ ? kDeviceGone
                                                       : kSuccess;

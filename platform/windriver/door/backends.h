@@ -2,7 +2,7 @@
 // K274_RECORD, whether the traffic with it is recorded.
 #pragma once
 
-#include "platform/windriver/backend.h"
+#include "platform/windriver/base/backend.h"
 
 #include <memory>
 

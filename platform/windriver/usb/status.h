@@ -1,7 +1,7 @@
 // libusb's results in the driver's terms.
 #pragma once
 
-#include "platform/windriver/status.h"
+#include "platform/windriver/base/status.h"
 
 #include <libusb.h>
 

@@ -1,5 +1,5 @@
 // Arrival and departure of scanners, and the two threads of the open driver.
-#include "platform/windriver/usb_driver.h"
+#include "platform/windriver/usb/driver.h"
 
 #include <unistd.h>
 
@@ -45,7 +45,7 @@ int LIBUSB_CALL OnHotplug(libusb_context *, libusb_device *device, libusb_hotplu
 } // namespace
 
 UsbDriver::UsbDriver(const WDU_MATCH_TABLE *tables, uint32_t count, const WDU_EVENT_TABLE &events)
-    : tables_(tables, tables + count), events_(events) {}
+    : tables_(tables, tables + count), news_(mutex_, changed_, events) {}
 
 void UsbDriver::Start() {
     process_ = getpid();
@@ -65,31 +65,24 @@ void UsbDriver::Start() {
             LIBUSB_HOTPLUG_MATCH_ANY, OnHotplug, this, &hotplug_);
         if (error != LIBUSB_SUCCESS)
             Refuse(std::string("USB devices cannot be watched: ") + libusb_strerror(error));
-        thread_ = std::thread([self = shared_from_this()] { self->Deliver(); });
+        news_.Start([self = shared_from_this()](Lock &lock) { return self->LookForNews(lock); });
     } catch (...) {
         StopEvents();
         throw;
     }
 }
 
-void UsbDriver::AwaitFirstNews() {
-    Lock lock(mutex_);
-    changed_.wait_for(lock, kFirstNewsWait, [this] { return newsTold_ || closing_; });
-}
+void UsbDriver::AwaitFirstNews() { news_.AwaitFirst(kFirstNewsWait); }
 
 void UsbDriver::Stop() {
     if (Inherited())
         return; // the threads, the locks and the scanner are the parent's
     {
         Lock lock(mutex_);
-        closing_ = true;
-        changed_.notify_all();
+        news_.Close();
         EndCalls(lock);
     }
-    if (thread_.get_id() == std::this_thread::get_id())
-        thread_.detach(); // a host that closes from within a callback: the thread ends after that
-    else
-        thread_.join();
+    news_.Join();
     StopEvents();
 }
 
@@ -149,27 +142,17 @@ void UsbDriver::NoteDeparture(libusb_device *device) {
     changed_.notify_all();
 }
 
-void UsbDriver::Deliver() {
-    Lock lock(mutex_);
-    while (!closing_) {
-        if (lost_) {
-            TellDetached(lock);
-            continue;
-        }
-        auto due = TimePoint::max();
-        if (const Present *next = attached_ ? nullptr : NextCandidate(&due)) {
-            TellAttached(lock, next->device);
-            continue;
-        }
-        if (!newsTold_ && !Opening()) {
-            newsTold_ = true;
-            changed_.notify_all();
-        }
-        if (due == TimePoint::max())
-            changed_.wait(lock);
-        else
-            changed_.wait_until(lock, due);
+News::Look UsbDriver::LookForNews(Lock &lock) {
+    if (lost_) {
+        TellDetached(lock);
+        return {true};
     }
+    auto due = TimePoint::max();
+    if (const Present *next = attached_ ? nullptr : NextCandidate(&due)) {
+        TellAttached(lock, next->device);
+        return {true};
+    }
+    return {false, !Opening(), due};
 }
 
 /// The first scanner whose time has come; else null, and when it will have.
@@ -205,7 +188,8 @@ void UsbDriver::TellAttached(Lock &lock, UsbDevice device) {
     handle_ = std::move(handle);
     attached_ = std::move(device);
     Present *present = Find(attached_.get());
-    if (closing_ || present == nullptr) { // it has left while it was opened, and the host never knew of it
+    if (news_.Closing() ||
+        present == nullptr) { // it has left while it was opened, and the host never knew of it
         lost_ = false;
         Close(lock);
         return;
@@ -213,13 +197,7 @@ void UsbDriver::TellAttached(Lock &lock, UsbDevice device) {
     present->tries = present->explained = 0;
     present->failed = false;
     attaches_++; // the host may use the handle from within the callback
-    if (events_.pfDeviceAttach == nullptr)
-        return;
-    lock.unlock();
-    const bool accepted =
-        events_.pfDeviceAttach(HandleOf(attaches_), &description_.device, events_.pUserData) != 0;
-    lock.lock();
-    if (accepted || closing_)
+    if (news_.TellAttached(lock, HandleOf(attaches_), &description_.device) || news_.Closing())
         return;
     present = Find(attached_.get());
     if (present != nullptr)
@@ -230,7 +208,7 @@ void UsbDriver::TellAttached(Lock &lock, UsbDevice device) {
 
 void UsbDriver::NoteFailure(Lock &lock, const UsbDevice &device, int error) {
     Present *present = Find(device.get());
-    if (closing_ || present == nullptr)
+    if (news_.Closing() || present == nullptr)
         return;
     const bool passing = MayPass(error) && ++present->tries < kQuickTries;
     present->due =
@@ -248,15 +226,12 @@ void UsbDriver::NoteFailure(Lock &lock, const UsbDevice &device, int error) {
 
 void UsbDriver::TellDetached(Lock &lock) {
     EndCalls(lock);
-    if (closing_)
+    if (news_.Closing())
         return;
     lost_ = false;
     Close(lock);
-    if (closing_ || events_.pfDeviceDetach == nullptr)
-        return;
-    lock.unlock();
-    events_.pfDeviceDetach(HandleOf(attaches_), events_.pUserData);
-    lock.lock();
+    if (!news_.Closing())
+        news_.TellDetached(lock, HandleOf(attaches_));
 }
 
 /// Takes the handle away from the host's calls, of which none may be on its way, and closes it.
