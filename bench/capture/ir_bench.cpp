@@ -3,7 +3,7 @@
 
 #include "bench/literal/ir_uv.h"
 #include "bench/literal/rgb.h"
-#include "src/analysis/image_processor.h"
+#include "src/state/measures.h"
 #include "src/capture/ir_lines.h"
 #include "src/carddata/barcode_images.h"
 

@@ -2,7 +2,7 @@
 #include "bench/capture/step_table.h"
 
 #include "bench/literal/rgb.h"
-#include "src/analysis/image_processor.h"
+#include "src/state/measures.h"
 #include "src/capture/measure.h"
 #include "src/capture/rgb_lines.h"
 

@@ -2,7 +2,7 @@
 #include "bench/capture/step_table.h"
 
 #include "bench/literal/ir_uv.h"
-#include "src/analysis/image_processor.h"
+#include "src/state/measures.h"
 #include "src/capture/uv_lines.h"
 
 #include <benchmark/benchmark.h>

@@ -3,7 +3,7 @@
 // against. Slow on purpose; keep them literal.
 #pragma once
 
-#include "src/analysis/image_processor.h"
+#include "src/state/measures.h"
 #include "src/capture/ir_lines.h"
 #include "src/capture/stretch.h"
 #include "src/capture/uv_lines.h"

@@ -2,7 +2,7 @@
 // functions to, and what the benchmark measures them against. Slow on purpose; keep them literal.
 #pragma once
 
-#include "src/analysis/image_processor.h"
+#include "src/state/measures.h"
 #include "src/capture/rgb_lines.h"
 
 namespace k274::reference {

@@ -2,7 +2,6 @@
 
 #include "src/common/text.h"
 #include "src/log/log.h"
-#include "src/maint/flash_data.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -148,14 +147,6 @@ int32_t FlatnessCheck() {
     log.Image(flags == 0 ? Format("Calibration OK")
                          : Format("Calibration not flat 0x%X", static_cast<unsigned>(flags)));
     return calibration.flatOk;
-}
-
-int32_t Verify(int32_t variant) {
-    if (imageProcessor.forwardRead != 1)
-        return FlatnessCheck();
-    if (variant == 'S')
-        ShiftForS(CcdRawResp);
-    return SaveWcc(CcdRawResp[0]);
 }
 
 } // namespace k274

@@ -1,6 +1,6 @@
 // The FT profile of a white card, its brightness along the travel in every light, and the scores of its
 // unevenness.
-#include "src/analysis/image_processor.h"
+#include "src/state/measures.h"
 
 #include "src/analysis/summary.h"
 #include "src/common/pixel_sums.h"

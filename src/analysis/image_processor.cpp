@@ -1,5 +1,5 @@
 // White-card test and response profiles of the visible-light pass.
-#include "src/analysis/image_processor.h"
+#include "src/state/measures.h"
 
 #include "src/common/find_from.h"
 #include "src/common/pixel_sums.h"

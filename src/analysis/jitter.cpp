@@ -1,15 +1,7 @@
 // Measures and scores the colour fringes of a band, and keeps the series of scores.
 #include "src/analysis/jitter.h"
 
-#include "src/analysis/image_processor.h"
 #include "src/analysis/jitter_chart.h"
-#include "src/api/image_set.h"
-#include "src/carddata/barcode.h"
-#include "src/common/locks.h"
-#include "src/common/state.h"
-#include "src/common/text.h"
-#include "src/link/session.h"
-#include "src/log/log.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -99,33 +91,6 @@ struct Notable {
 constexpr int kNotableAllowed = 30, kNotableWeight = 5;
 constexpr int kPeakAllowed = 100, kPeakMost = 200;
 
-// ---- Series
-
-// Under imageLock. Only jitterCount may be set to 0 by others meanwhile.
-void AddSample(int32_t value, int32_t device, int16_t textLength) {
-    ImageProcessor &p = imageProcessor;
-    p.jitterValue = value;
-    if (device != p.jitterDevice || textLength != kJitterTextLength) {
-        p.jitterCount = 0;
-        p.jitterDevice = device;
-    }
-    const int32_t before = p.jitterCount.fetch_add(1);
-    p.jitterSamples[before % ImageProcessor::kJitterSeries] = value;
-    p.jitterMax = -1;
-    if (before + 1 >= ImageProcessor::kJitterSeries)
-        p.jitterMax = std::max(0, *std::max_element(std::begin(p.jitterSamples), std::end(p.jitterSamples)));
-}
-
-BarcodeRecord CopyRecord() {
-    std::lock_guard guard(barcode.lock);
-    return barcode.record;
-}
-
-int32_t SerialNumber() {
-    std::lock_guard guard(recordLock);
-    return static_cast<int32_t>(session.version.serialNumber);
-}
-
 } // namespace
 
 bool IsJitterCard(const BarcodeRecord &read) {
@@ -171,30 +136,5 @@ int32_t JitterScore(const FringeLevels &levels, const JitterBand &band) {
     score = score > 80 ? score - 60 : score / 4;
     return score / 10;
 }
-
-int32_t JitterTest() {
-    const BarcodeRecord read = CopyRecord();
-    const auto band = ChooseJitterBand(read);
-    if (!band)
-        return 0;
-    const int32_t device = SerialNumber();
-    int32_t value, most;
-    {
-        std::lock_guard guard(imageLock);
-        const ColourView natBk{imageSet.NatBk, K274_NAT_HEIGHT, K274_NAT_WIDTH};
-        const FringeLevels levels = MeasureFringes(natBk, *band);
-        AddSample(JitterScore(levels, *band), device, read.pdfLength);
-        value = imageProcessor.jitterValue;
-        most = imageProcessor.jitterMax;
-        DrawJitterChart(*band, levels, natBk);
-        DrawJitterBoxes(*band, value, most, natBk);
-        if (!IsJitterCard(read))
-            DrawBarcodeBox(read.pdfLength > 0, natBk);
-    }
-    log.Write(Format("Jitr,    %05d, %d, %d", state.scanCounter.load(), value, most));
-    return static_cast<int32_t>(static_cast<uint32_t>(most) << 16 | (static_cast<uint32_t>(value) & 0xFFFF));
-}
-
-void ResetJitterSeries() { imageProcessor.jitterCount = 0; }
 
 } // namespace k274

@@ -4,8 +4,8 @@
 #pragma once
 
 #include "include/k274.h"
-#include "src/carddata/barcode_record.h"
 #include "src/common/view.h"
+#include "src/state/barcode_record.h"
 
 #include <array>
 #include <cstdint>
@@ -33,13 +33,5 @@ FringeLevels MeasureFringes(ConstColourView natBk, const JitterBand &band);
 
 /// The verdict on a band: below 50 good, from 100 on bad.
 int32_t JitterScore(const FringeLevels &levels, const JitterBand &band);
-
-/// Measures the last scan and draws into its back image. Any thread.
-/// @return the largest of the last five values above the value itself, 16 bits each; 0 when there is
-///         nothing to measure
-int32_t JitterTest();
-
-/// Starts the series anew. Any thread.
-void ResetJitterSeries();
 
 } // namespace k274

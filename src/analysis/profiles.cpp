@@ -1,5 +1,5 @@
 // Response profiles of the infrared and ultraviolet passes, and the dust on the sensor's glass.
-#include "src/analysis/image_processor.h"
+#include "src/state/measures.h"
 
 #include "src/common/find_from.h"
 #include "src/common/pixel_sums.h"

@@ -1,7 +1,7 @@
 // Dips of the responses: entries that lie below their neighbours. Their counts go into the summaries.
 #pragma once
 
-#include "src/analysis/image_processor.h"
+#include "src/state/measures.h"
 
 namespace k274 {
 

@@ -1,5 +1,5 @@
 // What is computed once a whole scan has been transferred: response statistics, quality, summary bytes.
-#include "src/analysis/image_processor.h"
+#include "src/state/measures.h"
 
 #include "src/analysis/quality.h"
 #include "src/analysis/summary.h"

@@ -2,7 +2,7 @@
 // scan measured, in one byte each.
 #pragma once
 
-#include "src/analysis/image_processor.h"
+#include "src/state/measures.h"
 
 #include <initializer_list>
 

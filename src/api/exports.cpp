@@ -1,32 +1,33 @@
 // The exports: each hands on to the function that does the work.
 #include "include/k274.h"
 
-#include "src/analysis/image_processor.h"
 #include "src/analysis/jitter.h"
-#include "src/api/image_set.h"
 #include "src/api/lifecycle.h"
-#include "src/api/options.h"
-#include "src/api/settings.h"
-#include "src/bmp/work_images.h"
 #include "src/capture/ccd_pix.h"
 #include "src/capture/merge.h"
-#include "src/carddata/barcode.h"
-#include "src/common/locks.h"
-#include "src/common/state.h"
-#include "src/link/session.h"
+#include "src/decoders/barcode.h"
+#include "src/decoders/jitter_step.h"
 #include "src/link/transport.h"
 #include "src/log/log.h"
 #include "src/maint/device_commands.h"
 #include "src/maint/flash_data.h"
 #include "src/maint/focus.h"
+#include "src/maint/options.h"
 #include "src/maint/programming.h"
 #include "src/maint/rig.h"
 #include "src/maint/still_image.h"
 #include "src/maint/usb_test.h"
-#include "src/scan/hires_pass.h"
-#include "src/scan/line_transfer.h"
-#include "src/scan/monitor.h"
-#include "src/tiff/scan_state.h"
+#include "src/passes/hires_pass.h"
+#include "src/passes/line_transfer.h"
+#include "src/saved/saved_scan.h"
+#include "src/saved/work_images.h"
+#include "src/state/flags.h"
+#include "src/state/image_set.h"
+#include "src/state/locks.h"
+#include "src/state/measures.h"
+#include "src/state/monitor_record.h"
+#include "src/state/session.h"
+#include "src/state/settings.h"
 
 #include <algorithm>
 #include <cstring>
@@ -69,7 +70,7 @@ uint8_t WriteRecordFrom(DataRecord which, const uint8_t *data, int32_t length) {
 int32_t K274_Init(int32_t) { return StartLibrary(); }
 void K274_Close(void) { StopLibrary(); }
 void K274_RegNewScanCB(K274_ScanStateCallback callback) { state.callback = callback; }
-void K274_Reset(void) { session.Reset(); }
+void K274_Reset(void) { ResetScanner(); }
 
 void K274_Clear(uint8_t fill) {
     state.cleared = 1;

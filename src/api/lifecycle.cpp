@@ -1,14 +1,16 @@
 #include "src/api/lifecycle.h"
 
 #include "platform/os/os.h"
-#include "src/api/settings.h"
-#include "src/carddata/barcode.h"
-#include "src/link/session.h"
+#include "src/decoders/barcode.h"
+#include "src/link/attach.h"
 #include "src/link/transport.h"
 #include "src/log/log.h"
 #include "src/maint/device_commands.h"
+#include "src/maint/rig.h"
+#include "src/saved/saved_scan.h"
 #include "src/scan/monitor.h"
-#include "src/tiff/scan_state.h"
+#include "src/state/line_buffers.h"
+#include "src/state/settings.h"
 
 #include <mutex>
 
@@ -27,7 +29,7 @@ void CloseSession() {
     CmdPkt packet(command::kClose);
     transport.SendCmd(packet);
     transport.ReadPacketHdr(packet);
-    session.Close();
+    DriverUninit();
     os::SleepMs(20);
 }
 
@@ -39,18 +41,35 @@ bool Move(Life from, Life to) {
     return true;
 }
 
+// A missing or wrong reply is no error.
+int32_t GreetScanner() {
+    CmdPkt packet(command::kOpen);
+    const uint32_t sent = transport.SendCmd(packet);
+    transport.ReadPacketHdr(packet);
+    return static_cast<int32_t>(sent);
+}
+
 int32_t OpenSession() {
     ResetScanHeader();
     os::SleepMs(100);
     log.Open();
     settings.FixPath();
     settings.LoadSettings();
-    const int32_t result = session.Start();
+    const int32_t result = OpenLink();
     StartMonitor();
     return result;
 }
 
 } // namespace
+
+int32_t OpenLink() {
+    LabJackOpen();
+    SdVersion();
+    const auto opened = static_cast<int32_t>(DriverInit());
+    const int32_t result = opened == 0 ? GreetScanner() : opened;
+    contrastTable = BuildContrastTable();
+    return result;
+}
 
 int32_t StartLibrary() {
     // A start without a stop in between closes the running session first. Another thread that starts or

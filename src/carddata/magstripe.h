@@ -2,7 +2,7 @@
 // the head in either direction.
 #pragma once
 
-#include "src/carddata/magstripe_record.h"
+#include "src/state/magstripe_record.h"
 
 namespace k274 {
 

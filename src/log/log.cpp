@@ -1,7 +1,7 @@
 #include "src/log/log.h"
 
 #include "platform/os/os.h"
-#include "src/common/state.h"
+#include "src/common/running.h"
 #include "src/common/text.h"
 
 #include <cstdio>

@@ -1,10 +1,11 @@
 #include "src/maint/device_commands.h"
 
-#include "src/common/locks.h"
-#include "src/common/state.h"
-#include "src/link/session.h"
 #include "src/link/transport.h"
+#include "src/log/log.h"
 #include "src/maint/rig.h"
+#include "src/state/flags.h"
+#include "src/state/locks.h"
+#include "src/state/session.h"
 
 namespace k274 {
 
@@ -32,6 +33,13 @@ void DebugLeds(uint8_t led, uint8_t on) {
         transport.SendCmd(packet);
     }
     os::SleepMs(10);
+}
+
+void ResetScanner() {
+    CmdPkt packet(command::kReset);
+    transport.SendCmd(packet);
+    log.Blank();
+    log.Write("Reset    K274...");
 }
 
 uint8_t LogIn(uint8_t flag) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "include/k274.h"
+#include "src/state/afe_registers.h"
 
 #include <cstdint>
 
@@ -12,6 +13,9 @@ constexpr uint8_t kStateLed = 7;
 
 /// Debug LED and its twin on the rig. Takes the device lock, then waits 10 ms.
 void DebugLeds(uint8_t led, uint8_t on);
+
+/// Restarts the scanner. Takes no lock.
+void ResetScanner();
 
 /// @return 1 when the flag was sent, else 0; the flag is kept either way. Takes the device lock.
 uint8_t LogIn(uint8_t flag);
@@ -32,11 +36,6 @@ constexpr uint8_t kReadBlock = 0, kWriteParameters = 1, kWriteAfe = 2;
 /// the device lock.
 /// @return 0, or -1 with an untouched block
 int32_t ExchangeParameters(K274_Parameters &block, uint8_t mode);
-
-constexpr int kAfeWords = 26;
-struct AfeRegisters {
-    uint16_t words[kAfeWords];
-};
 
 /// Exchanges the AFE register block; the session keeps the scanner's answer. Takes the device lock.
 /// @return false, with untouched registers, when the exchange failed

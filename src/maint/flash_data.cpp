@@ -1,10 +1,10 @@
 #include "src/maint/flash_data.h"
 
 #include "src/common/geometry.h"
-#include "src/common/locks.h"
-#include "src/common/state.h"
 #include "src/link/transport.h"
 #include "src/log/log.h"
+#include "src/state/flags.h"
+#include "src/state/locks.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,10 +1,10 @@
 #include "src/maint/focus.h"
 
 #include "include/k274.h"
-#include "src/common/locks.h"
 #include "src/common/text.h"
 #include "src/link/transport.h"
 #include "src/log/log.h"
+#include "src/state/locks.h"
 
 #include <algorithm>
 

@@ -1,12 +1,12 @@
 #include "src/maint/programming.h"
 
-#include "src/common/locks.h"
-#include "src/common/state.h"
 #include "src/common/text.h"
-#include "src/link/session.h"
 #include "src/link/transport.h"
 #include "src/log/log.h"
-#include "src/scan/startup.h"
+#include "src/maint/version.h"
+#include "src/state/flags.h"
+#include "src/state/locks.h"
+#include "src/state/session.h"
 
 #include <algorithm>
 

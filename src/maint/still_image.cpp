@@ -1,9 +1,9 @@
 #include "src/maint/still_image.h"
 
-#include "src/common/locks.h"
 #include "src/link/transport.h"
 #include "src/log/log.h"
 #include "src/maint/still_analysis.h"
+#include "src/state/locks.h"
 
 #include <algorithm>
 #include <cstring>

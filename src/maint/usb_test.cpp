@@ -1,10 +1,10 @@
 #include "src/maint/usb_test.h"
 
-#include "src/common/locks.h"
-#include "src/common/state.h"
 #include "src/common/text.h"
 #include "src/link/transport.h"
 #include "src/log/log.h"
+#include "src/state/flags.h"
+#include "src/state/locks.h"
 
 namespace k274 {
 

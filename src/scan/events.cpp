@@ -1,11 +1,11 @@
 // The scanner's own events: short texts that become log lines and scan states.
-#include "src/api/image_set.h"
 #include "src/common/text.h"
 #include "src/link/transport.h"
 #include "src/log/log.h"
-#include "src/scan/monitor.h"
-#include "src/scan/notify.h"
 #include "src/scan/status.h"
+#include "src/state/image_set.h"
+#include "src/state/monitor_record.h"
+#include "src/state/notify.h"
 
 namespace k274 {
 

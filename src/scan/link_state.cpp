@@ -1,14 +1,16 @@
 // The link state: a healthy link survives one bad poll, has its port cycled after two in a row and counts as
 // gone after three; any good one in between heals it.
-#include "src/capture/ccd_load.h"
-#include "src/common/locks.h"
-#include "src/common/state.h"
-#include "src/link/session.h"
 #include "src/link/transport.h"
 #include "src/log/log.h"
+#include "src/maint/ccd_load.h"
+#include "src/maint/version.h"
 #include "src/scan/monitor.h"
-#include "src/scan/notify.h"
 #include "src/scan/startup.h"
+#include "src/state/flags.h"
+#include "src/state/locks.h"
+#include "src/state/monitor_record.h"
+#include "src/state/notify.h"
+#include "src/state/session.h"
 
 namespace k274 {
 

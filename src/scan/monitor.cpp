@@ -1,18 +1,20 @@
 #include "src/scan/monitor.h"
 
 #include "platform/os/os.h"
-#include "src/common/locks.h"
-#include "src/common/state.h"
+#include "src/common/running.h"
 #include "src/link/attach.h"
 #include "src/link/transport.h"
 #include "src/log/log.h"
 #include "src/maint/rig.h"
 #include "src/maint/usb_test.h"
-#include "src/scan/notify.h"
 #include "src/scan/resend.h"
 #include "src/scan/sequence.h"
 #include "src/scan/startup.h"
 #include "src/scan/status.h"
+#include "src/state/flags.h"
+#include "src/state/locks.h"
+#include "src/state/monitor_record.h"
+#include "src/state/notify.h"
 
 #include <mutex>
 
@@ -38,7 +40,7 @@ bool Begin(uint32_t own) {
     std::lock_guard guard(sessionLock);
     if (own != currentSession)
         return false;
-    state.running = 1;
+    running = true;
     return true;
 }
 
@@ -125,7 +127,7 @@ void StartMonitor() {
 void StopMonitor() {
     std::lock_guard guard(sessionLock);
     ++currentSession;
-    state.running = 0;
+    running = false;
 }
 
 } // namespace k274

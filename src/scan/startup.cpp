@@ -1,16 +1,17 @@
 #include "src/scan/startup.h"
 
-#include "src/capture/ccd_load.h"
-#include "src/carddata/barcode.h"
-#include "src/common/locks.h"
-#include "src/common/state.h"
 #include "src/common/text.h"
-#include "src/link/session.h"
+#include "src/decoders/barcode.h"
 #include "src/link/transport.h"
 #include "src/log/log.h"
+#include "src/maint/ccd_load.h"
 #include "src/maint/device_commands.h"
 #include "src/maint/programming.h"
-#include "src/scan/notify.h"
+#include "src/maint/version.h"
+#include "src/state/flags.h"
+#include "src/state/locks.h"
+#include "src/state/notify.h"
+#include "src/state/session.h"
 
 #include <algorithm>
 
@@ -27,17 +28,6 @@ constexpr int kCheckedAfeWords[] = {0, 1, 2, 3, 6, 7, 8, 9, 10, 11, 12, 13, 14};
 constexpr uint16_t kLargestAfeValue = 999;
 constexpr int kAfeGain = 1;
 constexpr int kAfeExposure = 9;
-
-// Offsets of the device information reply.
-constexpr size_t kFirmwareOffset = 16;
-constexpr size_t kFpgaOffset = 26; // high byte is the major version
-constexpr size_t kHardwareOffset = 28;
-constexpr size_t kSecondSerialMarkOffset = 30;
-constexpr uint16_t kSecondSerialMark = 112;
-constexpr size_t kFurtherOffset = 34;
-constexpr size_t kSecondSerialLowOffset = 44;
-constexpr size_t kSecondSerialHighOffset = 52;
-constexpr size_t kSerialOffset = 56;
 
 int32_t Number(const uint8_t (&version)[3]) { return version[0] << 16 | version[1] << 8 | version[2]; }
 
@@ -122,34 +112,6 @@ void StartupChecks() {
     CheckAfeRegisters();
     CheckVersions(found);
     log.Blank();
-}
-
-bool ReadVersion() {
-    // One packet serves all these requests; it lies among the global objects.
-    CmdPkt &packet = deviceInfoPacket;
-    packet = CmdPkt(command::kDeviceInfo);
-    packet.arg0 = kLibraryFirmwareVersion[0];
-    packet.arg1 = kLibraryFirmwareVersion[1];
-    packet.arg2 = kLibraryFirmwareVersion[2];
-    const bool read = FwCmd(packet);
-
-    std::lock_guard guard(recordLock);
-    K274_Version &version = session.version;
-    if (!read) {
-        version.serialNumber = 0;
-        return false;
-    }
-    const uint8_t *reply = packet.Bytes();
-    std::copy_n(reply + kFirmwareOffset, 3, version.firmware);
-    version.fpga[0] = reply[kFpgaOffset + 1];
-    version.fpga[1] = reply[kFpgaOffset];
-    version.hardware = reply[kHardwareOffset];
-    version.device38 = reply[kFurtherOffset];
-    version.serialNumber = Load32(reply + kSerialOffset);
-    const bool hasSecond = Load16(reply + kSecondSerialMarkOffset) == kSecondSerialMark;
-    version.serialNumber2Low = hasSecond ? Load32(reply + kSecondSerialLowOffset) : 0;
-    version.serialNumber2High = hasSecond ? Load32(reply + kSecondSerialHighOffset) : 0;
-    return true;
 }
 
 bool SyncFirmware() {

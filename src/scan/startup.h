@@ -7,10 +7,6 @@ namespace k274 {
 /// states that were raised afterwards.
 void StartupChecks();
 
-/// Fills the version block from the scanner; its serial number is 0 when that fails. The caller holds the
-/// device lock.
-bool ReadVersion();
-
 /// After a reset: programs the carried firmware into a scanner that asks for it, and otherwise makes the
 /// checks of the start. The caller holds the device lock.
 /// @return whether programming was started

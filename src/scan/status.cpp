@@ -1,12 +1,12 @@
 #include "src/scan/status.h"
 
-#include "src/common/locks.h"
-#include "src/common/state.h"
-#include "src/link/session.h"
 #include "src/link/transport.h"
-#include "src/scan/monitor.h"
-#include "src/scan/notify.h"
 #include "src/scan/startup.h"
+#include "src/state/flags.h"
+#include "src/state/locks.h"
+#include "src/state/monitor_record.h"
+#include "src/state/notify.h"
+#include "src/state/session.h"
 
 #include <algorithm>
 

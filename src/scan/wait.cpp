@@ -1,8 +1,10 @@
 #include "src/scan/wait.h"
 
 #include "platform/os/os.h"
-#include "src/common/state.h"
+#include "src/common/running.h"
 #include "src/scan/status.h"
+#include "src/state/flags.h"
+#include "src/state/status_bits.h"
 
 namespace k274 {
 

@@ -2,10 +2,10 @@
 // both go through it.
 #pragma once
 
-#include "src/api/image_set.h"
-#include "src/carddata/barcode_record.h"
-#include "src/carddata/magstripe_record.h"
 #include "src/common/geometry.h"
+#include "src/state/barcode_record.h"
+#include "src/state/image_set.h"
+#include "src/state/magstripe_record.h"
 #include "src/tiff/scan_layout.h"
 
 namespace k274 {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "platform/os/os.h"
+#include "src/state/scan_metadata.h"
 #include "src/tiff/scan_layout.h"
 
 namespace k274 {
@@ -14,23 +15,6 @@ constexpr size_t kScanHeaderBytes = 2304;
 struct ScanTime {
     int64_t seconds; // since 1970-01-01 00:00 UTC
     os::LocalTime local;
-};
-
-/// What the header tells of the scanner and of the scan.
-struct ScanMetadata {
-    // Of the scanner
-    uint8_t hardware;
-    uint8_t firmware[3];
-    uint8_t fpga[2];
-    uint64_t serialNumber2; // 0 when the scanner has none
-    uint32_t parameter0;    // words of the parameter block as last read
-    uint32_t parameter1;
-    uint32_t parameter3;
-    // Of the scan
-    uint16_t dustCount;
-    float contrastRatio; // of the stripe image
-    float uvWhiteRatio;
-    float uvGain;
 };
 
 /// Clears the area and builds the whole header with the directories of an ultraviolet scan. The time goes

@@ -1,4 +1,5 @@
 // Calibration from responses of known levels, and what is sent or logged after a maintenance card.
+#include "src/passes/white_card.h"
 #include "src/analysis/calibration.h"
 
 #include "src/common/text.h"

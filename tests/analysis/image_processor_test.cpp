@@ -1,5 +1,5 @@
 // White-card test, response profiles of the three passes, and dust.
-#include "src/analysis/image_processor.h"
+#include "src/state/measures.h"
 
 #include "bench/literal/ir_uv.h"
 #include "bench/literal/rgb.h"

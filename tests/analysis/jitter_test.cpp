@@ -1,13 +1,14 @@
 // The jitter test: band, fringes, score, series, and what it draws.
 #include "src/analysis/jitter.h"
+#include "src/decoders/jitter_step.h"
 
 #include "include/k274.h"
-#include "src/analysis/image_processor.h"
 #include "src/analysis/jitter_chart.h"
-#include "src/api/image_set.h"
-#include "src/carddata/barcode.h"
-#include "src/common/state.h"
-#include "src/link/session.h"
+#include "src/decoders/barcode.h"
+#include "src/state/flags.h"
+#include "src/state/image_set.h"
+#include "src/state/measures.h"
+#include "src/state/session.h"
 #include "tests/support/images.h"
 #include "tests/support/library_fixture.h"
 

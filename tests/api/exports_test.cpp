@@ -1,10 +1,10 @@
 // The exports that send or set one thing, as the scanner sees them.
 #include "include/k274.h"
 
-#include "src/api/image_set.h"
-#include "src/api/settings.h"
-#include "src/common/locks.h"
-#include "src/common/state.h"
+#include "src/state/flags.h"
+#include "src/state/image_set.h"
+#include "src/state/locks.h"
+#include "src/state/settings.h"
 #include "tests/support/library_fixture.h"
 
 #include <gmock/gmock.h>

@@ -1,8 +1,9 @@
 // Whole sessions: start, polling, scans, stop, and start again.
 #include "include/k274.h"
 
-#include "src/common/state.h"
-#include "src/link/session.h"
+#include "src/common/running.h"
+#include "src/state/flags.h"
+#include "src/state/session.h"
 #include "tests/support/library_fixture.h"
 
 #include <gmock/gmock.h>
@@ -20,7 +21,7 @@ using testing::ElementsAre;
 struct LifecycleTest : LibraryTest {
     void SetUp() override {
         LibraryTest::SetUp();
-        k274::state.running = 0;
+        k274::running = false;
         scanner.Serve();
         TheDriver().onSend = [](const scripted::Sent &) { return scripted::Reply{sendStatus}; };
         sendStatus = 0;

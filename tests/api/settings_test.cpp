@@ -1,4 +1,4 @@
-#include "src/api/settings.h"
+#include "src/state/settings.h"
 
 #include "include/k274.h"
 #include "tests/support/library_fixture.h"

@@ -1,6 +1,6 @@
 // The BMP files byte by byte, and the dumps that the host can choose.
 #include "src/bmp/bmp.h"
-#include "src/bmp/work_images.h"
+#include "src/saved/work_images.h"
 
 #include <gtest/gtest.h>
 

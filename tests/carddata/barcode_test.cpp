@@ -1,12 +1,12 @@
 // Decodes, their record, and the threads that run them, behind a scripted decoder.
-#include "src/carddata/barcode.h"
+#include "src/decoders/barcode.h"
 
 #include "include/k274.h"
 #include "platform/os/os.h"
-#include "src/analysis/image_processor.h"
-#include "src/capture/line_buffers.h"
-#include "src/common/state.h"
 #include "src/log/log.h"
+#include "src/state/flags.h"
+#include "src/state/line_buffers.h"
+#include "src/state/measures.h"
 #include "tests/support/library_fixture.h"
 #include "tests/support/system.h"
 

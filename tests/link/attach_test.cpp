@@ -1,8 +1,9 @@
 // Opening the driver library, the scanner's coming and going, and the start of a session.
 #include "src/link/attach.h"
 
-#include "src/link/session.h"
 #include "src/link/transport.h"
+#include "src/api/lifecycle.h"
+#include "src/maint/device_commands.h"
 #include "tests/support/library_fixture.h"
 
 #include <gmock/gmock.h>
@@ -30,7 +31,7 @@ TEST_F(AttachTest, DriverOpensInOrderAndClosesAgain) {
     EXPECT_THAT(TakeLog(), ElementsAre("usb,     DeviceAttach 1"));
     EXPECT_EQ(deviceLink.transferErrors, 0) << "counted anew";
     EXPECT_TRUE(deviceLink.online);
-    k274::session.Reset();
+    k274::ResetScanner();
     EXPECT_THAT(scripted::SentCodes(), ElementsAre(0x75));
     EXPECT_THAT(Log(), ElementsAre(" ", "Reset    K274..."));
     TheDriver().calls.clear();
@@ -71,9 +72,9 @@ TEST_F(AttachTest, SessionStartGreetsTheScanner) {
         TheDriver().onSend = [status = sendStatus](const scripted::Sent &) {
             return scripted::Reply{status};
         };
-        EXPECT_EQ(k274::session.Start(), result);
+        EXPECT_EQ(k274::OpenLink(), result);
         EXPECT_EQ(scripted::SentCodes(), sent);
-        k274::session.Close();
+        k274::DriverUninit();
     }
 }
 

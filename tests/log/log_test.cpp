@@ -1,9 +1,10 @@
 // Log lines: their form, where they go, and those of hosts and of threads.
+#include "src/common/running.h"
 #include "src/log/log.h"
 
 #include "include/k274.h"
-#include "src/common/state.h"
 #include "src/common/text.h"
+#include "src/state/flags.h"
 #include "tests/support/library_fixture.h"
 #include "tests/support/regex.h"
 
@@ -29,7 +30,7 @@ TEST_F(LogTest, LinesCarryNumberTimeAndCategory) {
     k274::log.Write("");
     k274::log.Blank();
     k274::log.Usb(std::string(300, 'a').c_str()); // category lines are cut to 127 characters
-    k274::state.running = 0;
+    k274::running = false;
     k274::log.Write("dropped");
     k274::log.Write("WDU_Init-64 Error 5"); // only this is written while nothing runs
     std::ifstream stream(LogFile(), std::ios::binary);

@@ -1,13 +1,13 @@
 // Maintenance exports against the scripted driver: what goes over the wire, what comes back, what is logged.
 #include "include/k274.h"
-#include "src/carddata/barcode.h"
 #include "src/common/bytes.h"
-#include "src/common/locks.h"
-#include "src/common/state.h"
+#include "src/decoders/barcode.h"
 #include "src/link/attach.h"
-#include "src/link/session.h"
-#include "src/scan/notify.h"
 #include "src/scan/startup.h"
+#include "src/state/flags.h"
+#include "src/state/locks.h"
+#include "src/state/notify.h"
+#include "src/state/session.h"
 #include "tests/support/library_fixture.h"
 
 #include <gmock/gmock.h>

@@ -3,8 +3,8 @@
 #include "include/k274.h"
 #include "src/capture/ccd_pix.h"
 #include "src/common/bytes.h"
-#include "src/common/state.h"
-#include "src/scan/monitor.h"
+#include "src/state/flags.h"
+#include "src/state/monitor_record.h"
 #include "tests/support/library_fixture.h"
 
 #include <gmock/gmock.h>

@@ -1,8 +1,9 @@
+#include "src/maint/version.h"
 #include "src/scan/startup.h"
 
 #include "include/k274.h"
-#include "src/carddata/barcode.h"
-#include "src/scan/notify.h"
+#include "src/decoders/barcode.h"
+#include "src/state/notify.h"
 #include "tests/support/library_fixture.h"
 
 #include <gmock/gmock.h>

@@ -1,14 +1,16 @@
+#include "src/common/running.h"
 #include "src/scan/status.h"
 
 #include "include/k274.h"
-#include "src/api/image_set.h"
-#include "src/carddata/barcode.h"
 #include "src/common/bytes.h"
-#include "src/common/state.h"
-#include "src/link/session.h"
+#include "src/decoders/barcode.h"
 #include "src/link/transport.h"
-#include "src/scan/monitor.h"
 #include "src/scan/wait.h"
+#include "src/state/flags.h"
+#include "src/state/image_set.h"
+#include "src/scan/monitor.h"
+#include "src/state/monitor_record.h"
+#include "src/state/session.h"
 #include "tests/support/library_fixture.h"
 
 #include <gmock/gmock.h>
@@ -302,7 +304,7 @@ TEST_F(StatusTest, WaitsEndByTheirRules) {
     EXPECT_EQ(k274::WaitForStatus(0x0004, false), -1);
     scripted::Attach();
     scanner.polls = 0;
-    state.running = 0;
+    k274::running = false;
     k274::WaitForStatus(0x0004, false);
     EXPECT_EQ(scanner.polls, 0u);
 }

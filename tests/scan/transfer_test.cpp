@@ -1,10 +1,11 @@
 #include "include/k274.h"
-#include "src/common/state.h"
+#include "src/common/running.h"
 #include "src/link/attach.h"
-#include "src/link/session.h"
-#include "src/scan/hires_pass.h"
-#include "src/scan/line_transfer.h"
+#include "src/passes/hires_pass.h"
+#include "src/passes/line_transfer.h"
 #include "src/scan/resend.h"
+#include "src/state/flags.h"
+#include "src/state/session.h"
 #include "tests/support/library_fixture.h"
 
 #include <gmock/gmock.h>
@@ -133,7 +134,7 @@ TEST_F(TransferTest, EndBitStopsTheVisiblePassAndCloseStopsAll) {
     EXPECT_EQ(scripted::CountSent(1), 1);
     k274::state.resendRequest = 1;
     EXPECT_TRUE(k274::XfrRgb());
-    k274::state.running = 0;
+    k274::running = false;
     TheDriver().sent.clear();
     EXPECT_FALSE(k274::XfrRgb() || k274::XfrIR() || k274::XfrUV());
     EXPECT_EQ(scripted::CountSent(1) + scripted::CountSent(2) + scripted::CountSent(3), 1);

@@ -3,17 +3,18 @@
 #include "include/k274.h"
 #include "platform/os/os.h"
 #include "src/analysis/calibration.h"
-#include "src/analysis/image_processor.h"
-#include "src/api/image_set.h"
-#include "src/api/settings.h"
 #include "src/capture/ccd_pix.h"
-#include "src/carddata/barcode.h"
-#include "src/common/state.h"
+#include "src/common/running.h"
+#include "src/decoders/barcode.h"
 #include "src/link/attach.h"
-#include "src/link/session.h"
 #include "src/link/transport.h"
 #include "src/log/log.h"
-#include "src/scan/monitor.h"
+#include "src/state/flags.h"
+#include "src/state/image_set.h"
+#include "src/state/measures.h"
+#include "src/state/monitor_record.h"
+#include "src/state/session.h"
+#include "src/state/settings.h"
 #include "tests/support/system.h"
 
 #include <filesystem>
@@ -70,7 +71,7 @@ void LibraryTest::SetUp() {
     folder = NewFolder();
     K274_SetLogPath(folder.c_str());
     k274::log.Open();
-    k274::state.running = 1; // so that single operations write the log
+    k274::running = true; // so that single operations write the log
     K274_RegNewScanCB(NoteState);
 }
 

@@ -1,0 +1,97 @@
+// The infrared pass, top to bottom.
+#include "src/capture/ccd_pix.h"
+#include "src/capture/ir_lines.h"
+#include "src/common/running.h"
+#include "src/common/text.h"
+#include "src/decoders/barcode.h"
+#include "src/link/transport.h"
+#include "src/log/log.h"
+#include "src/maint/device_commands.h"
+#include "src/passes/line_transfer.h"
+#include "src/state/flags.h"
+#include "src/state/image_set.h"
+#include "src/state/line_buffers.h"
+#include "src/state/locks.h"
+#include "src/state/measures.h"
+#include "src/state/session.h"
+#include "src/state/settings.h"
+
+#include <cstring>
+
+namespace k274 {
+
+namespace {
+
+constexpr int kFirstIndex = 100; // the counter runs up from here
+constexpr int kLastIndex = 2289;
+constexpr int kPassIndex = 2300 - 2 * kIrLinesPerPacket;
+constexpr int kPreset = 2;
+
+// Waits when the host has come close to the scanning head.
+void Pace(int index) {
+    const int progress = PacketProgress();
+    if (progress > 0 && progress < kIrColumns && progress - index < kPacePackets * kIrLinesPerPacket)
+        os::SleepMs(10);
+}
+
+struct PassEnd {
+    int index, packets;
+};
+
+PassEnd FetchLines() {
+    PassEnd pass{kFirstIndex, 0};
+    while (pass.index <= kLastIndex && Running()) {
+        if (!FetchLinePacket(kIrChannel, pass.index))
+            break;
+        IrLineStore(transport.imagePacketBuffer + kPixelOffset, pass.index, RawInfrared());
+        Pace(pass.index);
+        log.FlushDeferred();
+        ++pass.packets;
+        pass.index += kIrLinesPerPacket;
+    }
+    return pass;
+}
+
+void Correct() {
+    // A late barcode decoder may be reading the corrected image.
+    std::lock_guard guard(barcode.lock);
+    if (settings.illumination[1])
+        IrIllumGain(RawInfrared(), ccdPix.fixIr, CorrectedInfrared());
+    else
+        std::memcpy(IRc, IRr, sizeof IRc);
+}
+
+void CutImages() {
+    ImageSet &images = imageSet;
+    std::lock_guard guard(imageLock);
+    IrCrop(RawInfrared(), CorrectedInfrared(), session.position, settings.irEnhance != 0,
+           {images.IrFr, K274_IR_HEIGHT, K274_IR_WIDTH}, {images.IrBk, K274_IR_HEIGHT, K274_IR_WIDTH});
+}
+
+} // namespace
+
+bool XfrIR() {
+    const int scan = state.scanCounter + 1;
+    session.irOk = false;
+    std::memset(IRr, kPreset, sizeof IRr);
+    os::SleepMs(10);
+    log.Image(Format("%05d, IR   Xfr[%d]...", scan, static_cast<int>(kIrChannel.packetBytes)));
+
+    const PassEnd pass = FetchLines();
+
+    session.irLevels = IrLevels(RawInfrared());
+    log.Image(Format("%05d, IR   xfr %d lines, %03d, %03d", scan, kIrLinesPerPacket * pass.packets,
+                     session.irLevels.front, session.irLevels.back));
+    Correct();
+    log.FlushDeferred();
+    session.irOk = pass.index >= kPassIndex;
+    if (session.irOk) {
+        CutImages();
+        imageProcessor.IrResp(RawInfrared(), CorrectedInfrared(), CcdRawResp, CcdCorResp);
+    }
+    log.FlushDeferred();
+    DebugLeds(kTransferLed, 0);
+    return session.irOk;
+}
+
+} // namespace k274

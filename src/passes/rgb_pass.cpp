@@ -1,0 +1,113 @@
+// The visible-light pass, top to bottom.
+#include "src/capture/ccd_pix.h"
+#include "src/common/running.h"
+#include "src/common/text.h"
+#include "src/link/transport.h"
+#include "src/log/log.h"
+#include "src/maint/device_commands.h"
+#include "src/passes/line_transfer.h"
+#include "src/passes/white_card.h"
+#include "src/state/flags.h"
+#include "src/state/image_set.h"
+#include "src/state/line_buffers.h"
+#include "src/state/locks.h"
+#include "src/state/measures.h"
+#include "src/state/session.h"
+#include "src/state/settings.h"
+#include "src/state/status_bits.h"
+
+#include <cstring>
+
+namespace k274 {
+
+namespace {
+
+constexpr int kFirstIndex = 2200; // the counter runs down from here
+constexpr int kLastFullIndex = kRgbLinesPerPacket + 100;
+constexpr int kPassIndex = 2 * kRgbLinesPerPacket + 200; // the pass counts as whole when it came this far
+constexpr int kPreset = 1;                               // of columns that never arrive
+
+// Waits when the host has come close to the scanning head.
+void Pace(int index) {
+    const int progress = PacketProgress();
+    if (progress > 0 && progress < kRgbColumns &&
+        index - (kRgbColumns - progress) < kPacePackets * kRgbLinesPerPacket)
+        os::SleepMs(10);
+}
+
+struct PassEnd {
+    int index, packets;
+};
+
+PassEnd FetchLines() {
+    PassEnd pass{kFirstIndex, 0};
+    for (;;) {
+        pass.index -= kRgbLinesPerPacket;
+        if (!FetchLinePacket(kRgbChannel, pass.index))
+            break;
+        // The last line's end lies behind the packet: the buffer is longer, and what it holds there belongs
+        // to pixels of the line that no sensor position uses.
+        RgbLineStore(transport.imagePacketBuffer + kPixelOffset, pass.index, RawColour());
+        Pace(pass.index);
+        log.FlushDeferred();
+        ++pass.packets;
+        // A re-send fetches lines of a scan that has ended.
+        const bool ended = state.statusWord & kStatusEnd && !state.resendRequest;
+        if (pass.index < kLastFullIndex || !Running() || ended)
+            break;
+    }
+    return pass;
+}
+
+// The corrected image is the raw one with its gains, or a plain copy; either way in one pass. A reversed
+// white card has a correction of its own; one whose barcode is not read keeps the kind of the white card
+// before.
+void Correct(bool recognised) {
+    const int32_t kind = imageProcessor.cardCode;
+    const bool reversed = kind == kFactoryReversed || kind == kCalibrationReversed;
+    if (settings.illumination[0] && !reversed)
+        RgbIllumGain(RawColour(), ccdPix.fixRgb, CorrectedColour());
+    else
+        CopyImage(RawColour(), CorrectedColour());
+    if (recognised && reversed)
+        RgbWccGain(static_cast<char>(kind), ccdPix.fixRgb, CorrectedColour());
+}
+
+void CutImages() {
+    ImageSet &images = imageSet;
+    std::lock_guard guard(imageLock);
+    RgbCrop(RawColour(), CorrectedColour(), session.position, {images.NatFr, K274_NAT_HEIGHT, K274_NAT_WIDTH},
+            {images.NatBk, K274_NAT_HEIGHT, K274_NAT_WIDTH},
+            {images.Edge, K274_EDGE_HEIGHT, K274_EDGE_WIDTH});
+}
+
+} // namespace
+
+bool XfrRgb() {
+    const int scan = state.scanCounter + 1;
+    session.rgbOk = false;
+    log.Image(Format("%05d, RGB  Xfr[%d]...", scan, static_cast<int>(kRgbChannel.packetBytes)));
+    std::memset(RGBr, kPreset, sizeof RGBr);
+    os::SleepMs(10);
+
+    const PassEnd pass = FetchLines();
+
+    session.rgbLevels = RgbLevels(RawColour());
+    log.Image(Format("%05d, RGB  xfr %d lines, %03d, %03d", scan, kRgbLinesPerPacket * pass.packets,
+                     session.rgbLevels.front, session.rgbLevels.back));
+    const bool recognised = imageProcessor.WhiteTest(RawColour()) == 0 && RecogniseWhiteCard();
+    Correct(recognised);
+    if (recognised)
+        LogWhiteCard();
+
+    session.rgbOk = pass.index <= kPassIndex;
+    if (session.rgbOk) {
+        CutImages();
+        imageProcessor.RgbResp(RawColour(), CcdRawResp);
+        imageProcessor.RgbCorResp(CorrectedColour(), CcdCorResp);
+    }
+    DebugLeds(kTransferLed, 0);
+    return session.rgbOk;
+}
+
+} // namespace k274

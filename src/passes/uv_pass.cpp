@@ -1,0 +1,110 @@
+// The ultraviolet pass, top to bottom.
+#include "src/capture/ccd_pix.h"
+#include "src/capture/uv_lines.h"
+#include "src/common/running.h"
+#include "src/common/text.h"
+#include "src/link/transport.h"
+#include "src/log/log.h"
+#include "src/maint/device_commands.h"
+#include "src/passes/line_transfer.h"
+#include "src/saved/saved_scan.h"
+#include "src/state/flags.h"
+#include "src/state/image_set.h"
+#include "src/state/line_buffers.h"
+#include "src/state/locks.h"
+#include "src/state/session.h"
+#include "src/state/settings.h"
+
+#include <cstring>
+
+namespace k274 {
+
+namespace {
+
+constexpr int kFirstIndex = kUvLines; // the counter runs down from here
+constexpr int kPassLines = 1100 - 2 * kUvLinesPerPacket;
+constexpr int kPreset = 3;
+
+// Waits when the host has come close to the scanning head.
+void Pace(int index) {
+    const int progress = PacketProgress();
+    if (progress > 0 && progress < kUvLines &&
+        index - (kUvLines - progress) < kPacePackets * kUvLinesPerPacket)
+        os::SleepMs(20);
+}
+
+// The packet's pixels begin behind its header, so that a block's last 24 bytes lie behind the packet: they
+// are taken as the buffer holds them.
+void UvLineStore(int index) {
+    std::memcpy(RawUltraviolet().Row(index), transport.imagePacketBuffer + kPixelOffset,
+                size_t{kUvLinesPerPacket} * kUvLineBytes);
+}
+
+int FetchLines() {
+    int packets = 0;
+    for (int index = kFirstIndex; index >= kUvLinesPerPacket && Running();) {
+        index -= kUvLinesPerPacket;
+        if (!FetchLinePacket(kUvChannel, index))
+            break;
+        UvLineStore(index);
+        Pace(index);
+        log.FlushDeferred();
+        ++packets;
+    }
+    return packets;
+}
+
+UvOptions Options() {
+    return {settings.uvOption[0] != 0, settings.illumination[2] != 0, settings.uvOption[1] != 0,
+            settings.uvOption[2] != 0};
+}
+
+void CutImages() {
+    ImageSet &images = imageSet;
+    std::lock_guard guard(imageLock);
+    UvCropFront(CorrectedUltraviolet(), session.position.frontEdgeRow,
+                {images.UvFr, K274_UV_HEIGHT, K274_UV_WIDTH});
+    UvCropBack(CorrectedUltraviolet(), {images.UvBk, K274_UV_HEIGHT, K274_UV_WIDTH});
+}
+
+void CheckLamp() {
+    const float lit = UvLedCheck({imageSet.UvBk, K274_UV_HEIGHT, K274_UV_WIDTH});
+    if (lit < kUvLedMinPercent)
+        log.Write(Format("UV  FPGA LED test %0.1f - Warning Uv %d", static_cast<double>(lit),
+                         ++session.uvLampWarnings));
+}
+
+} // namespace
+
+bool XfrUV() {
+    const int scan = state.scanCounter + 1;
+    session.uvOk = false;
+    log.Image(Format("%05d, UV   Xfr[%d]...", scan, static_cast<int>(kUvChannel.packetBytes)));
+    std::memset(UVr, kPreset, sizeof UVr);
+    os::SleepMs(10);
+
+    const int lines = kUvLinesPerPacket * FetchLines();
+
+    UvBrighten(RawUltraviolet());
+    session.uvLevels = UvLevels(RawUltraviolet());
+    log.Image(Format("%05d, UV   xfr %d lines, %03d, %03d", scan, lines, session.uvLevels.front,
+                     session.uvLevels.back));
+    const UvMeasure measure = UvCorrect(Options(), ccdPix.fixUv, RawUltraviolet(), CorrectedUltraviolet());
+    {
+        std::lock_guard guard(recordLock);
+        session.metadata.uvWhiteRatio = measure.whiteRatio;
+        session.metadata.uvGain = measure.gain;
+    }
+    log.FlushDeferred();
+    session.uvOk = lines >= kPassLines;
+    if (session.uvOk) {
+        CutImages();
+        CheckLamp();
+        RebuildScanHeader();
+    }
+    log.FlushDeferred();
+    DebugLeds(kTransferLed, 0);
+    return session.uvOk;
+}
+
+} // namespace k274

@@ -1,0 +1,53 @@
+// Every global object of the library, in the order in which they are built at load. None has anything to
+// release at unload, so that a thread which outlives the unloading host finds them whole.
+#include "src/capture/ccd_pix.h"
+#include "src/capture/merge.h"
+#include "src/common/running.h"
+#include "src/link/attach.h"
+#include "src/link/transport.h"
+#include "src/log/log.h"
+#include "src/state/barcode_state.h"
+#include "src/state/flags.h"
+#include "src/state/image_set.h"
+#include "src/state/line_buffers.h"
+#include "src/state/locks.h"
+#include "src/state/measures.h"
+#include "src/state/monitor_record.h"
+#include "src/state/session.h"
+#include "src/state/settings.h"
+
+namespace k274 {
+
+// Plain values and buffers, which need no building.
+std::atomic<bool> running{false};
+os::RecursiveLock deviceLock, callbackLock;
+std::mutex recordLock, imageLock;
+State state;
+DeviceLink deviceLink;
+Monitor monitor;
+BarcodeState barcode;
+ContrastTable contrastTable;
+uint8_t RGBr[kSensorRows * kRgbColumns * 3];
+uint8_t RGBc[kSensorRows * kRgbColumns * 3];
+uint8_t IRr[kSensorRows * kIrColumns];
+uint8_t IRc[kSensorRows * kIrColumns];
+uint8_t UVr[kUvLines * kUvPixels * 3];
+uint8_t UVc[kUvLines * kUvPixels * 3];
+uint8_t MSIr[K274_MSIR_HEIGHT * K274_MSIR_WIDTH];
+uint8_t RED0[kSensorRows * kRgbColumns];
+uint8_t RED1[kSensorRows * kRgbColumns];
+MergeHistory mergeHistory;
+ResponseTable CcdRawResp, CcdCorResp;
+Calibration calibration;
+
+// Objects that are built, in this order.
+CcdPix ccdPix;
+ImageProcessor imageProcessor;
+DeviceSession session;
+Transport transport;
+Log log;
+ImageSet imageSet;
+CmdPkt deviceInfoPacket;
+Settings settings;
+
+} // namespace k274
