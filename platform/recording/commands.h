@@ -2,16 +2,16 @@
 #pragma once
 
 #include "platform/recording/recording.h"
+#include "wire/commands.h"
 
 #include <map>
 #include <optional>
 
 namespace recording {
 
-constexpr uint8_t kStatusPoll = 0x00, kEventRead = 0x15, kDeviceInfo = 0x7F;
+using wire::CommandName;
+constexpr uint8_t kStatusPoll = wire::command::kStatusPoll, kEventRead = wire::command::kEvent;
 
-/// Null for a code that is no command.
-const char *CommandName(uint8_t code);
 /// For people, such as "eject (0x41)".
 std::string CommandText(uint8_t code);
 

@@ -28,9 +28,9 @@ size_t ReadInto(std::ifstream &stream, uint8_t *bytes, size_t count) {
 
 std::vector<uint8_t> Encode(const SessionStart &start) {
     std::vector<uint8_t> bytes(kStartBytes + start.device.size());
-    Put64(bytes.data(), start.unixUs);
-    Put16(bytes.data() + 8, start.vendor);
-    Put16(bytes.data() + 10, start.product);
+    wire::Store64(bytes.data(), start.unixUs);
+    wire::Store16(bytes.data() + 8, start.vendor);
+    wire::Store16(bytes.data() + 10, start.product);
     std::copy(start.device.begin(), start.device.end(), bytes.begin() + kStartBytes);
     return bytes;
 }
@@ -39,7 +39,7 @@ SessionStart DecodeStart(const Entry &entry) {
     if (entry.dataBytes < kStartBytes)
         return {};
     const uint8_t *data = entry.data;
-    return {Get64(data), Get16(data + 8), Get16(data + 10),
+    return {wire::Load64(data), wire::Load16(data + 8), wire::Load16(data + 10),
             std::string(data + kStartBytes, data + entry.dataBytes)};
 }
 
@@ -51,9 +51,9 @@ Reader::Reader(const std::string &file) : stream_(file, std::ios::binary) {
     const size_t got = ReadInto(stream_, header, sizeof header);
     if (std::memcmp(header, kMagic, std::min(got, kMagicBytes)) != 0 || got == 0)
         throw std::runtime_error(file + " is not a recording");
-    if (got == sizeof header && Get32(header + kMagicBytes) != kVersion)
+    if (got == sizeof header && wire::Load32(header + kMagicBytes) != kVersion)
         throw std::runtime_error(file + " is a recording of version " +
-                                 std::to_string(Get32(header + kMagicBytes)) + ", and only version " +
+                                 std::to_string(wire::Load32(header + kMagicBytes)) + ", and only version " +
                                  std::to_string(kVersion) + " can be read");
     blockEnd_ = got;
     if (got < sizeof header)
@@ -73,13 +73,13 @@ bool Reader::NextBlock() {
     const size_t got = ReadInto(stream_, header, sizeof header);
     if (got < sizeof header)
         return Finish(got == 0 ? End::Whole : End::CutShort);
-    const uint32_t stored = Get32(header + 4), expanded = Get32(header + 12);
-    if (Get32(header) != kBlockMagic || stored > kMaxStoredBytes || expanded > kMaxBlockBytes)
+    const uint32_t stored = wire::Load32(header + 4), expanded = wire::Load32(header + 12);
+    if (wire::Load32(header) != kBlockMagic || stored > kMaxStoredBytes || expanded > kMaxBlockBytes)
         return Finish(End::Damaged);
     stored_.resize(stored);
     if (ReadInto(stream_, stored_.data(), stored) < stored)
         return Finish(End::CutShort);
-    if (crc32(0, stored_.data(), stored) != Get32(header + 8))
+    if (crc32(0, stored_.data(), stored) != wire::Load32(header + 8))
         return Finish(End::Damaged);
     block_.resize(expanded);
     next_ = 0;
@@ -101,23 +101,23 @@ bool Reader::Next(Entry *entry) {
     const uint8_t *bytes = block_.data() + next_;
     if (left < kEntryHeaderBytes)
         return Finish(End::Damaged);
-    const uint32_t dataBytes = Get32(bytes + 52);
+    const uint32_t dataBytes = wire::Load32(bytes + 52);
     if (dataBytes > std::min<size_t>(kMaxData, left - kEntryHeaderBytes) || !IsKind(bytes[4]) ||
-        Get32(bytes) != kEntryHeaderBytes + dataBytes)
+        wire::Load32(bytes) != kEntryHeaderBytes + dataBytes)
         return Finish(End::Damaged);
     entry->kind = static_cast<Kind>(bytes[4]);
     entry->read = (bytes[5] & kReadFlag) != 0;
     entry->cut = (bytes[5] & kCutFlag) != 0;
-    entry->device = Get16(bytes + 6);
-    entry->order = Get32(bytes + 8);
-    entry->thread = Get32(bytes + 12);
-    entry->startUs = Get64(bytes + 16);
-    entry->endUs = Get64(bytes + 24);
-    entry->status = Get32(bytes + 32);
-    entry->pipe = Get32(bytes + 36);
-    entry->size = Get32(bytes + 40);
-    entry->timeoutMs = Get32(bytes + 44);
-    entry->transferred = Get32(bytes + 48);
+    entry->device = wire::Load16(bytes + 6);
+    entry->order = wire::Load32(bytes + 8);
+    entry->thread = wire::Load32(bytes + 12);
+    entry->startUs = wire::Load64(bytes + 16);
+    entry->endUs = wire::Load64(bytes + 24);
+    entry->status = wire::Load32(bytes + 32);
+    entry->pipe = wire::Load32(bytes + 36);
+    entry->size = wire::Load32(bytes + 40);
+    entry->timeoutMs = wire::Load32(bytes + 44);
+    entry->transferred = wire::Load32(bytes + 48);
     entry->dataBytes = dataBytes;
     entry->data = bytes + kEntryHeaderBytes;
     next_ += kEntryHeaderBytes + dataBytes;

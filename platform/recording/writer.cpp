@@ -54,15 +54,15 @@ uint64_t EndOfBlocks(const std::string &file) {
         CannotMake(file, "there is a file of that name that is not a recording, or cannot be read");
     if (got < sizeof header)
         return 0;
-    if (Get32(header + kMagicBytes) != kVersion)
+    if (wire::Load32(header + kMagicBytes) != kVersion)
         CannotMake(file, "there is a recording of another version; name another file");
     uint64_t end = kFileHeaderBytes;
     while (size - end >= kBlockHeaderBytes) {
         stream.seekg(static_cast<std::streamoff>(end));
         stream.read(reinterpret_cast<char *>(header), kBlockHeaderBytes);
-        if (!stream || Get32(header) != kBlockMagic || Get32(header + 4) > kMaxStoredBytes)
+        if (!stream || wire::Load32(header) != kBlockMagic || wire::Load32(header + 4) > kMaxStoredBytes)
             CannotMake(file, "there is a damaged recording; name another file");
-        const uint64_t next = end + kBlockHeaderBytes + Get32(header + 4);
+        const uint64_t next = end + kBlockHeaderBytes + wire::Load32(header + 4);
         if (next > size)
             break;
         end = next;
@@ -90,7 +90,7 @@ File Open(const std::string &file) {
     if (end == 0) {
         uint8_t header[kFileHeaderBytes] = {};
         std::memcpy(header, kMagic, kMagicBytes);
-        Put32(header + kMagicBytes, kVersion);
+        wire::Store32(header + kMagicBytes, kVersion);
         if (std::fwrite(header, sizeof header, 1, stream.get()) != 1)
             CannotMake(file, std::strerror(errno));
     }
@@ -131,30 +131,31 @@ private:
 bool WriteBlock(std::FILE *file, const Bytes &block, Compressor &compressor, Bytes *stored) {
     const size_t size = compressor.Put(block, kBlockHeaderBytes, stored);
     uint8_t *header = stored->data();
-    Put32(header, kBlockMagic);
-    Put32(header + 4, static_cast<uint32_t>(size));
-    Put32(header + 8, static_cast<uint32_t>(crc32(0, header + kBlockHeaderBytes, static_cast<uInt>(size))));
-    Put32(header + 12, static_cast<uint32_t>(block.size()));
+    wire::Store32(header, kBlockMagic);
+    wire::Store32(header + 4, static_cast<uint32_t>(size));
+    wire::Store32(header + 8,
+                  static_cast<uint32_t>(crc32(0, header + kBlockHeaderBytes, static_cast<uInt>(size))));
+    wire::Store32(header + 12, static_cast<uint32_t>(block.size()));
     return std::fwrite(header, kBlockHeaderBytes + size, 1, file) == 1;
 }
 
 void Append(Bytes *block, const Entry &entry) {
     const uint32_t kept = std::min(entry.dataBytes, kMaxData);
     uint8_t header[kEntryHeaderBytes] = {};
-    Put32(header, static_cast<uint32_t>(kEntryHeaderBytes + kept));
+    wire::Store32(header, static_cast<uint32_t>(kEntryHeaderBytes + kept));
     header[4] = static_cast<uint8_t>(entry.kind);
     header[5] = static_cast<uint8_t>((entry.read ? kReadFlag : 0) | (kept < entry.dataBytes ? kCutFlag : 0));
-    Put16(header + 6, entry.device);
-    Put32(header + 8, entry.order);
-    Put32(header + 12, entry.thread);
-    Put64(header + 16, entry.startUs);
-    Put64(header + 24, entry.endUs);
-    Put32(header + 32, entry.status);
-    Put32(header + 36, entry.pipe);
-    Put32(header + 40, entry.size);
-    Put32(header + 44, entry.timeoutMs);
-    Put32(header + 48, entry.transferred);
-    Put32(header + 52, kept);
+    wire::Store16(header + 6, entry.device);
+    wire::Store32(header + 8, entry.order);
+    wire::Store32(header + 12, entry.thread);
+    wire::Store64(header + 16, entry.startUs);
+    wire::Store64(header + 24, entry.endUs);
+    wire::Store32(header + 32, entry.status);
+    wire::Store32(header + 36, entry.pipe);
+    wire::Store32(header + 40, entry.size);
+    wire::Store32(header + 44, entry.timeoutMs);
+    wire::Store32(header + 48, entry.transferred);
+    wire::Store32(header + 52, kept);
     block->insert(block->end(), header, header + sizeof header);
     if (kept > 0)
         block->insert(block->end(), entry.data, entry.data + kept);

@@ -1,7 +1,5 @@
 // The file of a recording: what is written is read, and of a file that is cut short or damaged what comes
 // before.
-#include "platform/recording/commands.h"
-#include "scanner/firmware/command_table.h"
 #include "scanner/firmware/faults.h"
 #include "tests/recording/recorded.h"
 
@@ -222,14 +220,6 @@ TEST_F(FileTest, HoldsMoreThanOneBlockTakes) {
         scanner::FillWithNoise(k, data.data(), data.size());
         EXPECT_EQ(entries[k].entry.thread, k);
         EXPECT_EQ(entries[k].data, data);
-    }
-}
-
-TEST(CommandNames, AreTheScanners) {
-    for (int code = 0; code < 256; code++) {
-        const auto *info = scanner::FindCommand(static_cast<uint8_t>(code));
-        EXPECT_STREQ(recording::CommandName(static_cast<uint8_t>(code)),
-                     info == nullptr ? nullptr : info->name);
     }
 }
 

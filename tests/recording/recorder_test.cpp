@@ -60,8 +60,8 @@ std::vector<Bytes> Course(Host &host, bool withScanner) {
     std::vector<Bytes> seen;
     const auto note = [&](uint32_t status) {
         Bytes bytes(8);
-        scanner::Put32(&bytes[0], status);
-        scanner::Put32(&bytes[4], host.transferred);
+        wire::Store32(&bytes[0], status);
+        wire::Store32(&bytes[4], host.transferred);
         seen.push_back(bytes);
     };
     Greet(host);
@@ -107,7 +107,7 @@ TEST_F(Recorder, NotesWhatWasAskedForAndWhatCame) {
                             Kind::Transfer, Kind::DeviceReset, Kind::PipeReset, Kind::Detach, Kind::Transfer,
                             Kind::Attach, Kind::AttachAnswer, Kind::Transfer, Kind::Uninit));
     ASSERT_EQ(entries[1].data.size(), 27u);
-    EXPECT_EQ(scanner::Get32(&entries[1].data[8]), 0x0274F274u);
+    EXPECT_EQ(wire::Load32(&entries[1].data[8]), 0x0274F274u);
 
     const auto find = [&](const std::function<bool(const Entry &)> &wanted) {
         const auto found = std::find_if(entries.begin(), entries.end(),
@@ -186,15 +186,15 @@ TEST_F(Recorder, NotesCallsAsTheyEndAndWhenTheyBegan) {
 Bytes FileOf(const Bytes &block) {
     Bytes file(recording::kFileHeaderBytes + recording::kBlockHeaderBytes);
     std::copy_n(recording::kMagic, recording::kMagicBytes, file.begin());
-    recording::Put32(&file[recording::kMagicBytes], recording::kVersion);
+    wire::Store32(&file[recording::kMagicBytes], recording::kVersion);
     uLongf size = compressBound(static_cast<uLong>(block.size()));
     Bytes stored(size);
     EXPECT_EQ(compress(stored.data(), &size, block.data(), static_cast<uLong>(block.size())), Z_OK);
     uint8_t *header = &file[recording::kFileHeaderBytes];
-    recording::Put32(header, recording::kBlockMagic);
-    recording::Put32(header + 4, static_cast<uint32_t>(size));
-    recording::Put32(header + 8, static_cast<uint32_t>(crc32(0, stored.data(), static_cast<uInt>(size))));
-    recording::Put32(header + 12, static_cast<uint32_t>(block.size()));
+    wire::Store32(header, recording::kBlockMagic);
+    wire::Store32(header + 4, static_cast<uint32_t>(size));
+    wire::Store32(header + 8, static_cast<uint32_t>(crc32(0, stored.data(), static_cast<uInt>(size))));
+    wire::Store32(header + 12, static_cast<uint32_t>(block.size()));
     file.insert(file.end(), stored.begin(), stored.begin() + static_cast<ptrdiff_t>(size));
     return file;
 }
@@ -202,10 +202,10 @@ Bytes FileOf(const Bytes &block) {
 /// The first block of a recording as it was before compression.
 Bytes FirstBlock(const Bytes &file) {
     const uint8_t *header = &file[recording::kFileHeaderBytes];
-    uLongf size = recording::Get32(header + 12);
+    uLongf size = wire::Load32(header + 12);
     Bytes block(size);
     EXPECT_EQ(
-        uncompress(block.data(), &size, header + recording::kBlockHeaderBytes, recording::Get32(header + 4)),
+        uncompress(block.data(), &size, header + recording::kBlockHeaderBytes, wire::Load32(header + 4)),
         Z_OK);
     return block;
 }
@@ -221,7 +221,7 @@ struct DeepLies : Recorder {
         author.Add(Kind::Detach);
         author.Close();
         block = FirstBlock(ReadFile(file));
-        for (size_t at = 0; at < block.size(); at += recording::Get32(&block[at]))
+        for (size_t at = 0; at < block.size(); at += wire::Load32(&block[at]))
             entryAt.push_back(at);
         ASSERT_EQ(entryAt.size(), 9u);
     }
@@ -238,7 +238,7 @@ TEST_F(DeepLies, EndTheReading) {
                   {52, 0}, {52, 17}, {52, 0x7FFFFFF}, {52, 0xFFFFFFFF}};
     for (const auto &lie : kCases) {
         Bytes bad = block;
-        recording::Put32(&bad[entryAt[3] + lie.place], lie.value);
+        wire::Store32(&bad[entryAt[3] + lie.place], lie.value);
         WriteFile(file, FileOf(bad));
         recording::Reader reader(file);
         EXPECT_EQ(Entries(reader).size(), 3u) << lie.place << ' ' << lie.value;

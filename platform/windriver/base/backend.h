@@ -1,15 +1,15 @@
 // What stands behind the driver's functions while the driver is open: a device on some bus.
 #pragma once
 
-#include "platform/windriver/base/status.h"
 #include "platform/windriver/wdapi.h"
+#include "wire/driver.h"
 
 #include <cstdint>
 
 namespace wdapi {
 
-constexpr uint32_t kOutPipe = 2, kInPipe = 0x81;
-constexpr uint32_t kHardReset = 1, kCyclePort = 2;
+using namespace wire::driver;
+using wire::kInPipe, wire::kOutPipe;
 
 struct Transfer {
     uint32_t pipe;

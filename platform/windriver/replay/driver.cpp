@@ -1,6 +1,8 @@
 // A call that the recording has no answer for is a status poll more than recorded, or the host has departed.
 #include "platform/windriver/replay/driver.h"
 
+#include "wire/status.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -21,8 +23,6 @@ constexpr microseconds kLongestGap = std::chrono::seconds(5);
 constexpr int kPatientPolls = 100;
 // Hosts pass over restarts while they are younger than three of the calendar's seconds.
 constexpr auto kYoung = std::chrono::milliseconds(1900), kGrown = std::chrono::milliseconds(3500);
-// Kinds of status replies.
-constexpr uint8_t kPlain = 0, kRestart = 1;
 
 // By file: where a process that opens the driver again goes on. Under the lock of the open driver.
 struct LastSession {
@@ -172,7 +172,7 @@ std::optional<Step> ReplayDriver::Find(const Call &call) {
 
 uint32_t ReplayDriver::Answer(Lock &lock, Step step, const Transfer *transfer) {
     repeats_ = 0;
-    if (const auto reply = ReadPollReply(step); reply && reply->kind == kRestart)
+    if (const auto reply = ReadPollReply(step); reply && reply->kind == wire::status::kWasReset)
         TellRestart(lock, step);
     lastStep_ = steady_clock::now();
     if (transfer != nullptr) {
@@ -200,7 +200,7 @@ void ReplayDriver::TellRestart(Lock &lock, Step &step) {
     if (script_.RestartIsHeeded(step.entry.thread))
         changed_.wait_until(lock, start_ + kGrown, [this] { return news_.Closing(); });
     else if (steady_clock::now() > start_ + kYoung)
-        step.data[4] = kPlain;
+        step.data[wire::status::kKind] = wire::status::kPlain;
 }
 
 uint32_t ReplayDriver::Unmatched(const Call &call, const Transfer *transfer) {
@@ -230,8 +230,8 @@ uint32_t ReplayDriver::Unmatched(const Call &call, const Transfer *transfer) {
 uint32_t ReplayDriver::RepeatPoll(const Transfer *transfer) {
     const size_t count = std::min<size_t>(lastPoll_->data.size(), transfer->size);
     std::copy_n(lastPoll_->data.begin(), count, transfer->buffer);
-    if (count > 4)
-        transfer->buffer[4] = kPlain;
+    if (count > wire::status::kKind)
+        transfer->buffer[wire::status::kKind] = wire::status::kPlain;
     *transfer->transferred = static_cast<uint32_t>(count);
     return kSuccess;
 }

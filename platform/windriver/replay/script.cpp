@@ -2,7 +2,10 @@
 // often: that much may differ. All else must come as it was recorded.
 #include "platform/windriver/replay/script.h"
 
-#include "platform/recording/format.h"
+#include "wire/bytes.h"
+#include "wire/commands.h"
+#include "wire/packet.h"
+#include "wire/status.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -17,7 +20,7 @@ using recording::Kind;
 // So many calls of other threads may a call overtake. Also the bound of what is kept in memory.
 constexpr size_t kWindow = 32;
 // The sequence number in a command depends on how often was polled before.
-constexpr size_t kSequenceAt = 12, kSequenceEnd = 16;
+constexpr size_t kSequenceAt = wire::field::kSequence, kSequenceEnd = kSequenceAt + 4;
 
 /// Where as many bytes as were recorded differ.
 std::optional<size_t> Difference(const std::vector<uint8_t> &recorded, const uint8_t *sent) {
@@ -111,7 +114,7 @@ bool ReplayScript::IsIdlePoll(size_t at, std::optional<uint16_t> word) {
     if (!Fill(at + 2))
         return false;
     const Step &sent = window_[at], &read = window_[at + 1];
-    if (sent.entry.read || sent.entry.status != 0 || sent.command != recording::kStatusPoll ||
+    if (sent.entry.read || sent.entry.status != 0 || sent.command != wire::command::kStatusPoll ||
         read.entry.thread != sent.entry.thread)
         return false;
     const auto reply = ReadPollReply(read);
@@ -140,21 +143,21 @@ bool ReplayScript::RestartIsHeeded(uint32_t thread) {
     for (size_t at = 0; at < kWindow && Fill(at + 1); at++) {
         const Step &step = window_[at];
         if (step.entry.kind == Kind::Transfer && step.entry.thread == thread)
-            return !step.entry.read && step.command == recording::kDeviceInfo;
+            return !step.entry.read && step.command == wire::command::kDeviceInfo;
     }
     return false;
 }
 
 bool IsPoll(const Call &call) {
     return call.kind == Kind::Transfer && !call.read && call.size > 0 &&
-           call.data[0] == recording::kStatusPoll;
+           call.data[0] == wire::command::kStatusPoll;
 }
 
 std::optional<PollReply> ReadPollReply(const Step &step) {
-    if (step.entry.kind != Kind::Transfer || !step.entry.read || step.command != recording::kStatusPoll ||
-        step.entry.status != 0 || step.data.size() < 8)
+    if (step.entry.kind != Kind::Transfer || !step.entry.read || step.command != wire::command::kStatusPoll ||
+        step.entry.status != 0 || step.data.size() < wire::status::kWord + 2)
         return std::nullopt;
-    return PollReply{step.data[4], recording::Get16(&step.data[6])};
+    return PollReply{step.data[wire::status::kKind], wire::Load16(&step.data[wire::status::kWord])};
 }
 
 namespace {

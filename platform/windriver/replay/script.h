@@ -71,7 +71,7 @@ private:
 
 /// Whether it is the sending of a status poll.
 bool IsPoll(const Call &call);
-/// Bytes 4 (the kind of reply) and 6 (status word) of a status reply.
+/// Of a status reply.
 struct PollReply {
     uint8_t kind;
     uint16_t word;

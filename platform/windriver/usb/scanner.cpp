@@ -1,7 +1,7 @@
 // Descriptors are taken from the device itself and believed only as far as libusb has checked them.
 #include "platform/windriver/usb/scanner.h"
 
-#include "platform/windriver/base/backend.h"
+#include "wire/driver.h"
 
 #include <cstdio>
 
@@ -43,8 +43,8 @@ const libusb_interface_descriptor *FindInterface(const libusb_config_descriptor 
         if (config.interface[i].num_altsetting < 1)
             continue;
         const libusb_interface_descriptor &setting = config.interface[i].altsetting[0];
-        if (setting.bInterfaceNumber >= kMaxInterfaces || !HasBulkPipe(setting, kOutPipe) ||
-            !HasBulkPipe(setting, kInPipe))
+        if (setting.bInterfaceNumber >= kMaxInterfaces || !HasBulkPipe(setting, wire::kOutPipe) ||
+            !HasBulkPipe(setting, wire::kInPipe))
             continue;
         for (const WDU_MATCH_TABLE &table : tables)
             if (Takes(table, device) && Takes(table, setting))

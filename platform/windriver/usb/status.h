@@ -1,11 +1,13 @@
 // libusb's results in the driver's terms.
 #pragma once
 
-#include "platform/windriver/base/status.h"
+#include "wire/driver.h"
 
 #include <libusb.h>
 
 namespace wdapi {
+
+using namespace wire::driver;
 
 inline uint32_t StatusOfError(int error) {
     switch (error) {
