@@ -1,6 +1,7 @@
 // Commands and statuses in words, and which reply belongs to which command.
 #include "platform/recording/commands.h"
 
+#include "wire/commands.h"
 #include "wire/driver.h"
 
 #include <cstdio>

@@ -2,15 +2,11 @@
 #pragma once
 
 #include "platform/recording/recording.h"
-#include "wire/commands.h"
 
 #include <map>
 #include <optional>
 
 namespace recording {
-
-using wire::CommandName;
-constexpr uint8_t kStatusPoll = wire::command::kStatusPoll, kEventRead = wire::command::kEvent;
 
 /// For people, such as "eject (0x41)".
 std::string CommandText(uint8_t code);

@@ -1,8 +1,6 @@
 // The bytes of a recording, for its reader and its writer: a file header, then blocks of compressed entries.
 #pragma once
 
-#include "wire/bytes.h"
-
 #include <cstddef>
 #include <cstdint>
 
@@ -20,8 +18,5 @@ constexpr uint32_t kMaxStoredBytes = kMaxBlockBytes + (1 << 16);
 
 constexpr size_t kEntryHeaderBytes = 56;
 constexpr uint8_t kReadFlag = 1, kCutFlag = 2;
-
-inline uint16_t Get16(const uint8_t *bytes) { return wire::Load16(bytes); }
-inline uint32_t Get32(const uint8_t *bytes) { return wire::Load32(bytes); }
 
 } // namespace recording

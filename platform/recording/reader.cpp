@@ -2,6 +2,7 @@
 #include "platform/recording/recording.h"
 
 #include "platform/recording/format.h"
+#include "wire/bytes.h"
 
 #include <zlib.h>
 

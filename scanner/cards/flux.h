@@ -3,13 +3,10 @@
 
 #include "scanner/cards/card.h"
 
-#include <cstddef>
 #include <cstdint>
 #include <vector>
 
 namespace scanner {
-
-constexpr size_t kMaxTrackBits = 1020, kTrackBlockBytes = 1024;
 
 /// One byte a bit, the start sentinel's end of the card first; empty for a blank track.
 /// @param index  0 to 2

@@ -1,6 +1,8 @@
 // Reads card pictures: limits and checksums first, then the decoder, which looks at neither.
 #include "scanner/cards/png.h"
 
+#include <zlib.h>
+
 #include <algorithm>
 #include <array>
 #include <cstdlib>
@@ -40,25 +42,6 @@ constexpr std::array<uint8_t, 8> kSignature = {0x89, 'P', 'N', 'G', '\r', '\n', 
 constexpr size_t kChunkFrame = 12; // length, type and checksum around a chunk's data
 constexpr uint32_t kHeaderLength = 13;
 
-constexpr std::array<uint32_t, 256> MakeCrcTable() {
-    std::array<uint32_t, 256> table{};
-    for (uint32_t i = 0; i < 256; ++i) {
-        uint32_t crc = i;
-        for (int bit = 0; bit < 8; ++bit)
-            crc = (crc >> 1) ^ ((crc & 1) != 0 ? 0xEDB88320u : 0u);
-        table[i] = crc;
-    }
-    return table;
-}
-constexpr std::array<uint32_t, 256> kCrcTable = MakeCrcTable();
-
-uint32_t Crc(const uint8_t *data, size_t length) {
-    uint32_t crc = 0xFFFFFFFFu;
-    for (size_t i = 0; i < length; ++i)
-        crc = (crc >> 8) ^ kCrcTable[(crc ^ data[i]) & 0xFF];
-    return ~crc;
-}
-
 uint32_t BigEndian(const uint8_t *bytes) {
     return uint32_t{bytes[0]} << 24 | uint32_t{bytes[1]} << 16 | uint32_t{bytes[2]} << 8 | bytes[3];
 }
@@ -92,7 +75,7 @@ void CheckChunks(const PngFile &file) {
         const uint32_t length = BigEndian(chunk);
         if (length > left - kChunkFrame)
             break;
-        if (Crc(chunk + 4, size_t{length} + 4) != BigEndian(chunk + 8 + length))
+        if (crc32(0, chunk + 4, length + 4) != BigEndian(chunk + 8 + length))
             Fail(file.path, "damaged (a checksum differs); save or copy it again");
         if (std::memcmp(chunk + 4, "IEND", 4) == 0)
             return;

@@ -1,7 +1,8 @@
 // Builds the calibration record.
 #include "scanner/firmware/calibration.h"
 
-#include "scanner/firmware/command_table.h"
+#include "scanner/firmware/device_state.h"
+#include "wire/commands.h"
 
 #include <algorithm>
 #include <numeric>
@@ -19,9 +20,10 @@ void CalibrationRecord::Store(const uint8_t *responses) {
 }
 
 void CalibrationRecord::Fill(const uint8_t *responses) {
-    Put32(bytes_.data(), kResponseBytes);
-    Put32(bytes_.data() + 4, std::accumulate(responses, responses + kResponseBytes, uint32_t{0}));
-    std::copy_n(responses, kResponseBytes, bytes_.begin() + 8);
+    wire::Store32(bytes_.data() + wire::kResponseLengthAt, kResponseBytes);
+    wire::Store32(bytes_.data() + wire::kResponseSumAt,
+                  std::accumulate(responses, responses + kResponseBytes, uint32_t{0}));
+    std::copy_n(responses, kResponseBytes, bytes_.begin() + wire::kResponsesAt);
 }
 
 void CalibrationRecord::Set(const uint8_t *record, size_t size) {
@@ -36,8 +38,8 @@ void CalibrationRecord::Erase() {
 }
 
 Answer CalibrationExchange(DeviceState &device, const Command &command) {
-    enum Sub : uint8_t { kRead = 0, kWrite = 1, kWriteVisible = 2 };
-    if (command.sub == kWrite || command.sub == kWriteVisible) {
+    namespace sub = wire::sub::calibration;
+    if (command.sub == sub::kWrite || command.sub == sub::kWriteVisible) {
         // Hosts send all responses in either case, and zeros behind them. Everything is stored.
         if (command.word1 != kResponseBytes || command.dataBytes < kResponseBytes)
             return Answer::Refused;
@@ -46,11 +48,11 @@ Answer CalibrationExchange(DeviceState &device, const Command &command) {
         device.flashFile.Keep(device);
         return Answer::None;
     }
-    if (command.sub != kRead)
+    if (command.sub != sub::kRead)
         return Answer::Refused;
     const auto &record = device.calibration.Bytes();
-    uint8_t *reply = device.reply.Begin(command, kHeaderBytes + record.size(), Tells::Nothing);
-    std::copy(record.begin(), record.end(), reply + kHeaderBytes);
+    uint8_t *reply = device.reply.Begin(command, wire::kHeaderBytes + record.size(), Tells::Nothing);
+    std::copy(record.begin(), record.end(), reply + wire::kHeaderBytes);
     return Answer::Reply;
 }
 

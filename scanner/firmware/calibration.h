@@ -1,6 +1,7 @@
 // The calibration record: how bright the white target was at every sensor position under every light.
 #pragma once
 
+#include "scanner/firmware/handler.h"
 #include "scanner/optics/optics.h"
 
 #include <array>
@@ -9,7 +10,7 @@
 
 namespace scanner {
 
-constexpr size_t kCalibrationBytes = 8 + kResponseBytes; // length, checksum, responses
+constexpr size_t kCalibrationBytes = wire::kResponsesAt + kResponseBytes;
 
 class CalibrationRecord {
 public:
@@ -33,5 +34,7 @@ private:
     std::array<uint8_t, kCalibrationBytes> bytes_{};
     bool followsLamps_ = true;
 };
+
+Handler CalibrationExchange;
 
 } // namespace scanner

@@ -15,7 +15,6 @@ public:
 
     /// 1 is the pace of a real scanner. At 0 nothing in the scanner takes any time.
     void SetSpeed(double factor);
-    double Speed() const { return speed_; }
     bool Instant() const { return speed_ == 0; }
 
     /// Seconds of the scanner's time. At speed 0 they pass like real ones.

@@ -1,5 +1,19 @@
-// Code, name, length and handler of every command.
+// Code, length and handler of every command.
 #include "scanner/firmware/command_table.h"
+
+#include "scanner/firmware/calibration.h"
+#include "scanner/firmware/data_areas.h"
+#include "scanner/firmware/focus.h"
+#include "scanner/firmware/general.h"
+#include "scanner/firmware/line_server.h"
+#include "scanner/firmware/programming.h"
+#include "scanner/firmware/registers.h"
+#include "scanner/firmware/status_reply.h"
+#include "scanner/firmware/still.h"
+#include "scanner/firmware/stripe.h"
+#include "scanner/firmware/workshop.h"
+#include "wire/commands.h"
+#include "wire/status.h"
 
 #include <algorithm>
 #include <iterator>
@@ -7,47 +21,47 @@
 namespace scanner {
 namespace {
 
-constexpr size_t kPollBytes = 80;
+using namespace wire;
 
 constexpr CommandInfo kCommands[] = {
-    {0x00, "status poll", kPollBytes, StatusPoll},
-    {0x01, "RGB line block", kShortHeaderBytes, RgbLines},
-    {0x02, "IR line block", kShortHeaderBytes, IrLines},
-    {0x03, "UV line block", kShortHeaderBytes, UvLines},
-    {0x04, "still lines", kHeaderBytes, StillLines},
-    {0x06, "focus lines", kHeaderBytes, FocusLines},
-    {0x07, "stripe IR image", kHeaderBytes, StripeLines},
-    {0x08, "1200-dpi line block", kHeaderBytes, HiresLines},
-    {0x09, "still-image test mode", kHeaderBytes, StillMode},
-    {0x0A, "UV option", kHeaderBytes, UvOption},
-    {0x10, "firmware image", kHeaderBytes, FirmwareImage},
-    {0x11, "loopback", kHeaderBytes, Loopback},
-    {0x12, "FPGA image", kHeaderBytes, FpgaImage},
-    {0x13, "calibration record", kHeaderBytes, CalibrationExchange},
-    {0x14, "open handshake", kHeaderBytes, Handshake},
-    {0x15, "event read", kHeaderBytes, EventRead},
-    {0x16, "white-card number", kHeaderBytes, WhiteCardNumber},
-    {0x17, "close", kHeaderBytes, CloseSession},
-    {0x18, "factory data", kHeaderBytes, FactoryData},
-    {0x19, "user data", kHeaderBytes, UserData},
-    {0x1A, "clear", kHeaderBytes, ClearLastScan},
-    {0x20, "stripe data", kHeaderBytes, StripeTracks},
-    {0x40, "login", kHeaderBytes, LogIn},
-    {0x41, "eject", kHeaderBytes, EjectCard},
-    {0x42, "user LED", kHeaderBytes, UserLed},
-    {0x60, "AFE registers", kHeaderBytes, AfeExchange},
-    {0x61, "parameters", kHeaderBytes, ParameterExchange},
-    {0x62, "last-scan mode", kHeaderBytes, LastScanMode},
-    {0x65, "flash block", kShortHeaderBytes, FlashBlock},
-    {0x66, "second-scan value", kHeaderBytes, SecondScan},
-    {0x70, "LEDs", kHeaderBytes, SetLeds},
-    {0x72, "mechanism", kHeaderBytes, Mechanism},
-    {0x73, "debug LED", kHeaderBytes, DebugLed},
-    {0x74, "beep", kHeaderBytes, Beep},
-    {0x75, "reset", kHeaderBytes, ResetScanner},
-    {0x78, "GUI scan", kHeaderBytes, GuiScan},
-    {0x79, "LED aging", kHeaderBytes, LedAging},
-    {0x7F, "device information", kHeaderBytes, Information},
+    {command::kStatusPoll, kStatusBytes, StatusPoll},
+    {command::kRgbLines, kShortHeaderBytes, RgbLines},
+    {command::kIrLines, kShortHeaderBytes, IrLines},
+    {command::kUvLines, kShortHeaderBytes, UvLines},
+    {command::kStillLines, kHeaderBytes, StillLines},
+    {command::kFocusImage, kHeaderBytes, FocusLines},
+    {command::kStripeImage, kHeaderBytes, StripeLines},
+    {command::kHiresLines, kHeaderBytes, HiresLines},
+    {command::kStillMode, kHeaderBytes, StillMode},
+    {command::kUvOption, kHeaderBytes, UvOption},
+    {command::kFlash, kHeaderBytes, FirmwareImage},
+    {command::kLoopback, kHeaderBytes, Loopback},
+    {command::kFpga, kHeaderBytes, FpgaImage},
+    {command::kCalibration, kHeaderBytes, CalibrationExchange},
+    {command::kOpen, kHeaderBytes, Handshake},
+    {command::kEvent, kHeaderBytes, EventRead},
+    {command::kWhiteCardNumber, kHeaderBytes, WhiteCardNumber},
+    {command::kClose, kHeaderBytes, CloseSession},
+    {command::kFactoryData, kHeaderBytes, FactoryData},
+    {command::kUserData, kHeaderBytes, UserData},
+    {command::kClear, kHeaderBytes, ClearLastScan},
+    {command::kStripeTracks, kHeaderBytes, StripeTracks},
+    {command::kLogIn, kHeaderBytes, LogIn},
+    {command::kEject, kHeaderBytes, EjectCard},
+    {command::kUserLed, kHeaderBytes, UserLed},
+    {command::kAfeRegisters, kHeaderBytes, AfeExchange},
+    {command::kParameters, kHeaderBytes, ParameterExchange},
+    {command::kLastScan, kHeaderBytes, LastScanMode},
+    {command::kFlashBlock, kShortHeaderBytes, FlashBlock},
+    {command::kSecondScan, kHeaderBytes, SecondScan},
+    {command::kLeds, kHeaderBytes, SetLeds},
+    {command::kMechanism, kHeaderBytes, Mechanism},
+    {command::kDebugLed, kHeaderBytes, DebugLed},
+    {command::kBeep, kHeaderBytes, Beep},
+    {command::kReset, kHeaderBytes, ResetScanner},
+    {command::kGuiScan, kHeaderBytes, GuiScan},
+    {command::kLedAging, kHeaderBytes, LedAging},
+    {command::kDeviceInfo, kHeaderBytes, Information},
 };
 
 } // namespace

@@ -88,7 +88,7 @@ void VS_CloseDoor(void) { Locked()->device.CloseDoor(); }
 void VS_PressEject(void) { Locked()->device.PressEject(); }
 
 int32_t VS_PostEvent(const char *text) {
-    if (text == nullptr || text[0] == 0 || std::strlen(text) > scanner::kMaxEventText)
+    if (text == nullptr || text[0] == 0 || std::strlen(text) > wire::event::kMostTextBytes)
         return Fail(VS_BAD_ARGUMENT, "an event text has 1 to 127 characters");
     if (!Locked().State().events.Post(text))
         return Fail(VS_QUEUE_FULL, "the scanner holds as many events as it can; let the host fetch some");

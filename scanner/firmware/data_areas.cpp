@@ -1,25 +1,26 @@
 // The scanner's data areas: factory and user record, flash blocks, parameters, AFE registers.
-#include "scanner/firmware/command_table.h"
+#include "scanner/firmware/data_areas.h"
+
+#include "scanner/firmware/device_state.h"
+#include "wire/commands.h"
 
 #include <algorithm>
 
 namespace scanner {
 namespace {
 
-constexpr size_t kRecordAt = 128, kValuesAt = 24;
-static_assert(kRecordAt + kRecordBytes <= kHeaderBytes);
-
 Answer RecordExchange(DeviceState &device, const Command &command, Record &record) {
-    enum Sub : uint8_t { kRead = 'r', kWrite = 'w' };
-    if (command.sub != kRead && command.sub != kWrite)
+    namespace sub = wire::sub::record;
+    if (command.sub != sub::kRead && command.sub != sub::kWrite)
         return Answer::Refused;
-    if (command.sub == kWrite) {
-        std::copy_n(command.bytes.begin() + kRecordAt, kRecordBytes, record.begin());
+    if (command.sub == sub::kWrite) {
+        std::copy_n(command.bytes.begin() + static_cast<ptrdiff_t>(wire::field::kRecord),
+                    wire::field::kRecordBytes, record.begin());
         device.observed.recordWrites++;
         device.flashFile.Keep(device);
     }
-    uint8_t *reply = device.reply.Begin(command, kHeaderBytes, Tells::Nothing);
-    std::copy(record.begin(), record.end(), reply + kRecordAt);
+    uint8_t *reply = device.reply.Begin(command, wire::kHeaderBytes, Tells::Nothing);
+    std::copy(record.begin(), record.end(), reply + static_cast<ptrdiff_t>(wire::field::kRecord));
     return Answer::Reply;
 }
 
@@ -35,55 +36,55 @@ Answer UserData(DeviceState &device, const Command &command) {
 
 Answer FlashBlock(DeviceState &device, const Command &command) {
     uint8_t *block =
-        device.reply.Begin(command, kHeaderBytes + kFlashBlockBytes, Tells::Nothing) + kHeaderBytes;
+        device.reply.Begin(command, wire::kHeaderBytes + wire::kFlashBlockBytes, Tells::Nothing) +
+        wire::kHeaderBytes;
     // Behind the last block there is nothing, which reads as erased.
-    std::fill_n(block, kFlashBlockBytes, kErased);
+    std::fill_n(block, wire::kFlashBlockBytes, kErased);
     if (command.word0 < kFlashBlocks)
-        std::copy_n(ComposeFlash(device).begin() + static_cast<ptrdiff_t>(command.word0 * kFlashBlockBytes),
-                    kFlashBlockBytes, block);
+        std::copy_n(ComposeFlash(device).begin() +
+                        static_cast<ptrdiff_t>(command.word0 * wire::kFlashBlockBytes),
+                    wire::kFlashBlockBytes, block);
     return Answer::Reply;
 }
 
 Answer ParameterExchange(DeviceState &device, const Command &command) {
-    enum Sub : uint8_t { kRead = 0, kWrite = 1 };
-    constexpr size_t kMarkField = 10;
-    constexpr uint32_t kMark = 500; // a record without it is no record
+    namespace sub = wire::sub::parameters;
     constexpr uint8_t kNotWritten = 1;
-    if (command.sub != kRead && command.sub != kWrite)
+    if (command.sub != sub::kRead && command.sub != sub::kWrite)
         return Answer::Refused;
-    uint8_t *reply = device.reply.Begin(command, kHeaderBytes, Tells::Nothing);
+    uint8_t *reply = device.reply.Begin(command, wire::kHeaderBytes, Tells::Nothing);
     Parameters &parameters = device.stored.parameters;
-    if (command.sub == kWrite) {
+    if (command.sub == sub::kWrite) {
         Parameters sent;
         for (size_t k = 0; k < sent.size(); k++)
-            sent[k] = Get32(command.bytes.data() + kValuesAt + 4 * k);
-        if (sent[kMarkField] == kMark) {
+            sent[k] = wire::Load32(command.bytes.data() + wire::field::kValues + 4 * k);
+        if (sent[wire::kParameterMarkAt] == wire::kParameterMark) {
             parameters = sent;
             device.flashFile.Keep(device);
         } else {
-            reply[2] = kNotWritten;
+            reply[wire::field::kStatus] = kNotWritten;
         }
     }
     for (size_t k = 0; k < parameters.size(); k++)
-        Put32(reply + kValuesAt + 4 * k, parameters[k]);
+        wire::Store32(reply + wire::field::kValues + 4 * k, parameters[k]);
     return Answer::Reply;
 }
 
 Answer AfeExchange(DeviceState &device, const Command &command) {
+    namespace sub = wire::sub::afe;
     // Any other mode sets the registers until the firmware starts anew.
-    enum Mode : uint8_t { kRead = 0, kStore = 2 };
-    if (command.sub != kRead) {
+    if (command.sub != sub::kRead) {
         for (size_t k = 0; k < device.afe.size(); k++)
-            device.afe[k] = Get16(command.bytes.data() + kValuesAt + 2 * k);
+            device.afe[k] = wire::Load16(command.bytes.data() + wire::field::kValues + 2 * k);
         device.observed.afeWrites++;
     }
-    if (command.sub == kStore) {
+    if (command.sub == sub::kStore) {
         device.stored.afe = device.afe;
         device.flashFile.Keep(device);
     }
-    uint8_t *reply = device.reply.Begin(command, kHeaderBytes, Tells::Nothing);
+    uint8_t *reply = device.reply.Begin(command, wire::kHeaderBytes, Tells::Nothing);
     for (size_t k = 0; k < device.afe.size(); k++)
-        Put16(reply + kValuesAt + 2 * k, device.afe[k]);
+        wire::Store16(reply + wire::field::kValues + 2 * k, device.afe[k]);
     return Answer::Reply;
 }
 

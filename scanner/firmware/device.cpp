@@ -2,30 +2,27 @@
 #include "scanner/firmware/device.h"
 
 #include "scanner/firmware/command_table.h"
+#include "wire/commands.h"
+#include "wire/events.h"
 
 #include <algorithm>
 
 namespace scanner {
-namespace {
-
-constexpr uint8_t kStatusPollCode = 0x00;
-
-} // namespace
 
 OutResult Device::Out(const uint8_t *bytes, size_t size) {
     DropTransfer();
     const Command command = ParseCommand(bytes, size);
-    const CommandInfo *info = size >= kShortHeaderBytes ? FindCommand(command.code) : nullptr;
+    const CommandInfo *info = size >= wire::kShortHeaderBytes ? FindCommand(command.code) : nullptr;
     if (info != nullptr && size >= info->bytes) {
         state_.status.HostSpoke();
         AdvanceProgramming(state_);
         state_.observed.lastSequence = command.sequence;
-        if (command.code != kStatusPollCode)
-            LogCommand(info->name, command);
+        if (command.code != wire::command::kStatusPoll)
+            LogCommand(wire::CommandName(command.code), command);
         if (info->handle(state_, command) != Answer::Refused)
             return OutResult::Ack;
         state_.log.Line("refused");
-    } else if (info != nullptr || size < kShortHeaderBytes) {
+    } else if (info != nullptr || size < wire::kShortHeaderBytes) {
         state_.log.Line("command of %zu bytes is too short: refused", size);
     } else {
         state_.observed.unknownCommands++;
@@ -115,7 +112,7 @@ void Device::PowerOn() {
     state_.log.Line("power on");
     state_.poweredOn = state_.clock.Now();
     Boot(state_);
-    state_.events.Post("Reset - Power on");
+    state_.events.Post(wire::event::kPowerOn);
 }
 
 void Device::PowerOff() {
@@ -132,22 +129,22 @@ void Device::Restart() {
     AdvanceProgramming(state_);
     Halt(state_, "restarted");
     Boot(state_);
-    state_.events.Post("Reset - Button");
+    state_.events.Post(wire::event::kResetButton);
 }
 
 void Device::OpenDoor() {
     state_.doorOpen = true;
-    state_.events.Post("Door opened");
+    state_.events.Post(wire::event::kDoorOpened);
     state_.status.Cancel("the door was opened");
 }
 
 void Device::CloseDoor() {
     state_.doorOpen = false;
-    state_.events.Post("Door closed");
+    state_.events.Post(wire::event::kDoorClosed);
 }
 
 void Device::PressEject() {
-    state_.events.Post("Eject button");
+    state_.events.Post(wire::event::kEjectButton);
     state_.status.Cancel("eject button");
 }
 

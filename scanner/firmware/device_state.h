@@ -6,6 +6,7 @@
 #include "scanner/firmware/device_log.h"
 #include "scanner/firmware/event_queue.h"
 #include "scanner/firmware/flash.h"
+#include "scanner/firmware/general.h"
 #include "scanner/firmware/line_server.h"
 #include "scanner/firmware/packet.h"
 #include "scanner/firmware/programming.h"
@@ -15,8 +16,6 @@
 #include <memory>
 
 namespace scanner {
-
-extern const VS_Identity kFactoryIdentity;
 
 /// The sensor's test on a target at rest.
 struct StillTest {

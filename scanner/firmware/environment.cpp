@@ -5,21 +5,27 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 
 namespace scanner {
 namespace {
 
-template <typename Number>
-bool WholeTextIs(const char *text, Number *number) {
-    const char *end = text + std::strlen(text);
-    const auto [stop, error] = std::from_chars(text, end, *number);
-    return error == std::errc() && stop == end;
-}
-
 std::string Text(const char *name) {
     const char *value = std::getenv(name);
     return value == nullptr ? "" : value;
+}
+
+/// Sets the number when the variable has one that can be used.
+template <typename Number, typename Usable>
+void ReadNumber(const char *name, const char *what, const char *cure, Usable usable, Number *number) {
+    const std::string text = Text(name);
+    const char *end = text.data() + text.size();
+    Number read{};
+    const auto [stop, error] = std::from_chars(text.data(), end, read);
+    if (error == std::errc() && stop == end && usable(read))
+        *number = read;
+    else if (!text.empty())
+        std::fprintf(stderr, "virtual scanner: %s=%s is no %s; using %g. %s\n", name, text.c_str(), what,
+                     static_cast<double>(*number), cure);
 }
 
 } // namespace
@@ -30,31 +36,12 @@ int32_t JitterOf(double columns) { return static_cast<int32_t>(std::lround(colum
 
 Settings ReadEnvironment() {
     Settings settings;
-    const std::string speed = Text("K274_SPEED"), seed = Text("K274_SEED");
-    double factor = 0;
-    if (WholeTextIs(speed.c_str(), &factor) && UsableSpeed(factor))
-        settings.speed = factor;
-    else if (!speed.empty())
-        std::fprintf(stderr,
-                     "virtual scanner: K274_SPEED=%s is no speed; using 1. "
-                     "Give a factor such as 1, 0.5 or 10, or 0 for no waiting\n",
-                     speed.c_str());
-    uint32_t number = 0;
-    if (WholeTextIs(seed.c_str(), &number))
-        settings.seed = number;
-    else if (!seed.empty())
-        std::fprintf(stderr,
-                     "virtual scanner: K274_SEED=%s is no seed; using 1. "
-                     "Give a whole number from 0 to 4294967295\n",
-                     seed.c_str());
-    const std::string jitter = Text("K274_JITTER");
-    double columns = 0;
-    if (WholeTextIs(jitter.c_str(), &columns) && UsableJitter(columns))
-        settings.jitter = columns;
-    else if (!jitter.empty())
-        std::fprintf(stderr,
-                     "virtual scanner: K274_JITTER=%s is no jitter; using 0. Give a number from 0 to 16\n",
-                     jitter.c_str());
+    ReadNumber("K274_SPEED", "speed", "Give a factor such as 1, 0.5 or 10, or 0 for no waiting", UsableSpeed,
+               &settings.speed);
+    ReadNumber(
+        "K274_SEED", "seed", "Give a whole number from 0 to 4294967295", [](uint32_t) { return true; },
+        &settings.seed);
+    ReadNumber("K274_JITTER", "jitter", "Give a number from 0 to 16", UsableJitter, &settings.jitter);
     settings.cards = Text("K274_CARDS");
     settings.log = Text("K274_SCANNER_LOG");
     settings.flash = Text("K274_FLASH");

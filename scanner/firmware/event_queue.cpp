@@ -9,7 +9,7 @@ bool EventQueue::Post(std::string_view text) {
     if (count_ == kTexts)
         return false;
     auto &entry = texts_[(first_ + count_) % kTexts];
-    const size_t length = std::min(text.size(), kMaxEventText);
+    const size_t length = std::min(text.size(), wire::event::kMostTextBytes);
     std::copy_n(text.begin(), length, entry.begin());
     entry[length] = 0;
     count_++;

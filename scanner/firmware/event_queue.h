@@ -1,17 +1,18 @@
 // Texts for the host that wait to be fetched, oldest first.
 #pragma once
 
+#include "wire/events.h"
+
 #include <array>
 #include <cstddef>
 #include <string_view>
 
 namespace scanner {
 
-constexpr size_t kMaxEventText = 127;
-
 class EventQueue {
 public:
-    /// Cuts the text to kMaxEventText. False when the queue is full: what happened first explains the rest.
+    /// Cuts the text to wire::event::kMostTextBytes. False when the queue is full: what happened first
+    /// explains the rest.
     bool Post(std::string_view text);
     bool Empty() const { return count_ == 0; }
     /// The oldest text, zero-terminated; empty when there is none.
@@ -21,7 +22,7 @@ public:
 
 private:
     static constexpr size_t kTexts = 32;
-    std::array<std::array<char, kMaxEventText + 1>, kTexts> texts_{};
+    std::array<std::array<char, wire::event::kMostTextBytes + 1>, kTexts> texts_{};
     size_t first_ = 0, count_ = 0;
 };
 

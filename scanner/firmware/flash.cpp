@@ -2,6 +2,9 @@
 #include "scanner/firmware/flash.h"
 
 #include "scanner/firmware/device_state.h"
+#include "wire/bytes.h"
+
+#include <zlib.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -15,10 +18,13 @@ namespace {
 // Blocks. A record spoils no other when it is written anew, so that each has blocks of its own.
 constexpr size_t kIdentityBlock = 0, kFactoryBlock = 1, kUserBlock = 2, kParameterBlock = 3, kAfeBlock = 4,
                  kCalibrationBlock = 5, kFirmwareBlock = 16, kFpgaBlock = 48;
-static_assert(kCalibrationBlock * kFlashBlockBytes + kCalibrationBytes <= kFirmwareBlock * kFlashBlockBytes);
-static_assert(kFirmwareBlock * kFlashBlockBytes + kMaxImageBytes == kFpgaBlock * kFlashBlockBytes);
-static_assert(kFpgaBlock * kFlashBlockBytes + kMaxImageBytes == kFlashBlocks * kFlashBlockBytes);
-constexpr size_t kFlashBytes = kFlashBlocks * kFlashBlockBytes;
+static_assert(kCalibrationBlock * wire::kFlashBlockBytes + kCalibrationBytes <=
+              kFirmwareBlock * wire::kFlashBlockBytes);
+static_assert(kFirmwareBlock * wire::kFlashBlockBytes + wire::kMostImageBytes ==
+              kFpgaBlock * wire::kFlashBlockBytes);
+static_assert(kFpgaBlock * wire::kFlashBlockBytes + wire::kMostImageBytes ==
+              kFlashBlocks * wire::kFlashBlockBytes);
+constexpr size_t kFlashBytes = kFlashBlocks * wire::kFlashBlockBytes;
 
 // Within the identity's block.
 constexpr char kMark[16] = "K274 flash 1";
@@ -30,44 +36,39 @@ enum Flags : uint32_t { kFirmwareIsMissing = 1, kCalibrationIsSet = 2 };
 constexpr size_t kFileBytes = kFlashBytes + 4;
 
 uint32_t Checksum(const uint8_t *bytes, size_t count) {
-    uint32_t crc = ~0u; // the usual 32-bit cyclic redundancy check
-    for (size_t k = 0; k < count; k++) {
-        crc ^= bytes[k];
-        for (int bit = 0; bit < 8; bit++)
-            crc = crc >> 1 ^ (0xEDB88320u & -(crc & 1));
-    }
-    return ~crc;
+    return static_cast<uint32_t>(crc32(0, bytes, static_cast<uInt>(count)));
 }
 
 bool Sound(const std::vector<uint8_t> &file) {
     return file.size() == kFileBytes && std::memcmp(file.data(), kMark, sizeof kMark) == 0 &&
-           Get32(&file[kFlashBytes]) == Checksum(file.data(), kFlashBytes) &&
-           Get32(&file[kFirmwareBytesAt]) <= kMaxImageBytes && Get32(&file[kFpgaBytesAt]) <= kMaxImageBytes;
+           wire::Load32(&file[kFlashBytes]) == Checksum(file.data(), kFlashBytes) &&
+           wire::Load32(&file[kFirmwareBytesAt]) <= wire::kMostImageBytes &&
+           wire::Load32(&file[kFpgaBytesAt]) <= wire::kMostImageBytes;
 }
 
 void Restore(DeviceState &device, const std::vector<uint8_t> &flash) {
-    const auto block = [&flash](size_t number) { return flash.data() + number * kFlashBlockBytes; };
+    const auto block = [&flash](size_t number) { return flash.data() + number * wire::kFlashBlockBytes; };
     const uint8_t *head = block(kIdentityBlock);
     VS_Identity &identity = device.identity;
-    identity.serialNumber = Get32(head + kSerialAt);
-    identity.serialNumber2 =
-        Get32(head + kSecondSerialAt) | static_cast<uint64_t>(Get32(head + kSecondSerialAt + 4)) << 32;
+    identity.serialNumber = wire::Load32(head + kSerialAt);
+    identity.serialNumber2 = wire::Load64(head + kSecondSerialAt);
     std::copy_n(head + kVersionsAt, 3, identity.firmware);
     std::copy_n(head + kVersionsAt + 3, 2, identity.fpga);
     identity.hardware = head[kVersionsAt + 5];
     identity.further = head[kVersionsAt + 6];
-    const uint32_t flags = Get32(head + kFlagsAt);
+    const uint32_t flags = wire::Load32(head + kFlagsAt);
 
     Stored &stored = device.stored;
     stored.firmwareMissing = (flags & kFirmwareIsMissing) != 0;
-    std::copy_n(block(kFactoryBlock), kRecordBytes, stored.factoryData.begin());
-    std::copy_n(block(kUserBlock), kRecordBytes, stored.userData.begin());
+    std::copy_n(block(kFactoryBlock), wire::field::kRecordBytes, stored.factoryData.begin());
+    std::copy_n(block(kUserBlock), wire::field::kRecordBytes, stored.userData.begin());
     for (size_t k = 0; k < stored.parameters.size(); k++)
-        stored.parameters[k] = Get32(block(kParameterBlock) + 4 * k);
+        stored.parameters[k] = wire::Load32(block(kParameterBlock) + 4 * k);
     for (size_t k = 0; k < stored.afe.size(); k++)
-        stored.afe[k] = Get16(block(kAfeBlock) + 2 * k);
-    stored.firmware.assign(block(kFirmwareBlock), block(kFirmwareBlock) + Get32(head + kFirmwareBytesAt));
-    stored.fpga.assign(block(kFpgaBlock), block(kFpgaBlock) + Get32(head + kFpgaBytesAt));
+        stored.afe[k] = wire::Load16(block(kAfeBlock) + 2 * k);
+    stored.firmware.assign(block(kFirmwareBlock),
+                           block(kFirmwareBlock) + wire::Load32(head + kFirmwareBytesAt));
+    stored.fpga.assign(block(kFpgaBlock), block(kFpgaBlock) + wire::Load32(head + kFpgaBytesAt));
     if ((flags & kCalibrationIsSet) != 0)
         device.calibration.Set(block(kCalibrationBlock), kCalibrationBytes);
 }
@@ -99,29 +100,28 @@ Record FactoryRecord() {
 
 std::vector<uint8_t> ComposeFlash(const DeviceState &device) {
     std::vector<uint8_t> flash(kFlashBytes, kErased);
-    const auto block = [&flash](size_t number) { return flash.data() + number * kFlashBlockBytes; };
+    const auto block = [&flash](size_t number) { return flash.data() + number * wire::kFlashBlockBytes; };
     const VS_Identity &identity = device.identity;
     const Stored &stored = device.stored;
     uint8_t *head = block(kIdentityBlock);
     std::memcpy(head, kMark, sizeof kMark);
-    Put32(head + kSerialAt, identity.serialNumber);
-    Put32(head + kSecondSerialAt, static_cast<uint32_t>(identity.serialNumber2));
-    Put32(head + kSecondSerialAt + 4, static_cast<uint32_t>(identity.serialNumber2 >> 32));
+    wire::Store32(head + kSerialAt, identity.serialNumber);
+    wire::Store64(head + kSecondSerialAt, identity.serialNumber2);
     std::copy_n(identity.firmware, 3, head + kVersionsAt);
     std::copy_n(identity.fpga, 2, head + kVersionsAt + 3);
     head[kVersionsAt + 5] = identity.hardware;
     head[kVersionsAt + 6] = identity.further;
-    Put32(head + kFlagsAt, (stored.firmwareMissing ? uint32_t{kFirmwareIsMissing} : 0) |
-                               (device.calibration.FollowsLamps() ? 0 : uint32_t{kCalibrationIsSet}));
-    Put32(head + kFirmwareBytesAt, static_cast<uint32_t>(stored.firmware.size()));
-    Put32(head + kFpgaBytesAt, static_cast<uint32_t>(stored.fpga.size()));
+    wire::Store32(head + kFlagsAt, (stored.firmwareMissing ? uint32_t{kFirmwareIsMissing} : 0) |
+                                       (device.calibration.FollowsLamps() ? 0 : uint32_t{kCalibrationIsSet}));
+    wire::Store32(head + kFirmwareBytesAt, static_cast<uint32_t>(stored.firmware.size()));
+    wire::Store32(head + kFpgaBytesAt, static_cast<uint32_t>(stored.fpga.size()));
 
     std::copy(stored.factoryData.begin(), stored.factoryData.end(), block(kFactoryBlock));
     std::copy(stored.userData.begin(), stored.userData.end(), block(kUserBlock));
     for (size_t k = 0; k < stored.parameters.size(); k++)
-        Put32(block(kParameterBlock) + 4 * k, stored.parameters[k]);
+        wire::Store32(block(kParameterBlock) + 4 * k, stored.parameters[k]);
     for (size_t k = 0; k < stored.afe.size(); k++)
-        Put16(block(kAfeBlock) + 2 * k, stored.afe[k]);
+        wire::Store16(block(kAfeBlock) + 2 * k, stored.afe[k]);
     const auto &calibration = device.calibration.Bytes();
     std::copy(calibration.begin(), calibration.end(), block(kCalibrationBlock));
     std::copy(stored.firmware.begin(), stored.firmware.end(), block(kFirmwareBlock));
@@ -153,7 +153,7 @@ void FlashFile::Keep(const DeviceState &device) {
     std::vector<uint8_t> bytes = ComposeFlash(device);
     const uint32_t checksum = Checksum(bytes.data(), bytes.size());
     bytes.resize(kFileBytes);
-    Put32(&bytes[kFlashBytes], checksum);
+    wire::Store32(&bytes[kFlashBytes], checksum);
     const std::string beside = path_ + ".new";
     std::error_code error;
     if (!WriteFile(beside, bytes))

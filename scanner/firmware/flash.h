@@ -3,6 +3,7 @@
 #pragma once
 
 #include "scanner/optics/afe.h"
+#include "wire/packet.h"
 
 #include <array>
 #include <cstddef>
@@ -15,14 +16,11 @@ namespace scanner {
 struct DeviceState;
 class DeviceLog;
 
-constexpr size_t kFlashBlockBytes = 4096;
 constexpr size_t kFlashBlocks = 80;
-constexpr size_t kMaxImageBytes = 131072;
 constexpr uint8_t kErased = 0xFF;
 
-constexpr size_t kRecordBytes = 128;
-using Record = std::array<uint8_t, kRecordBytes>;
-using Parameters = std::array<uint32_t, 11>;
+using Record = std::array<uint8_t, wire::field::kRecordBytes>;
+using Parameters = std::array<uint32_t, wire::kParameters>;
 extern const Parameters kFactoryParameters;
 /// A record that says where it comes from, and one that is as it left the factory.
 Record FactoryRecord();
@@ -33,7 +31,7 @@ struct Stored {
     Record factoryData = FactoryRecord(), userData = ErasedRecord();
     Parameters parameters = kFactoryParameters;
     AfeRegisters afe = kFactoryAfe;
-    std::vector<uint8_t> firmware, fpga; // images as last programmed, at most kMaxImageBytes each
+    std::vector<uint8_t> firmware, fpga; // images as last programmed, at most wire::kMostImageBytes each
     bool firmwareMissing = false;        // erased, and nothing programmed in its place
 };
 

@@ -2,14 +2,13 @@
 // so that the packet is exactly as long as its lines.
 #include "scanner/firmware/line_server.h"
 
-#include "scanner/firmware/command_table.h"
+#include "scanner/firmware/device_state.h"
+#include "wire/commands.h"
 
 #include <algorithm>
 
 namespace scanner {
 namespace {
-
-constexpr size_t kLineNumberAt = 8;
 
 void RenderStripLine(const Scene &scene, int line, uint8_t *bytes) {
     RenderHiresLine(scene, HiresWay::kStrip, line, bytes);
@@ -24,18 +23,20 @@ constexpr struct PacketKind {
     void (*render)(const Scene &, int line, uint8_t *bytes);
     bool whole;
     size_t progressAt;
-    size_t HeaderBytes() const { return whole ? kHeaderBytes : kShortHeaderBytes; }
+    size_t HeaderBytes() const { return whole ? wire::kHeaderBytes : wire::kShortHeaderBytes; }
 } kPackets[kPasses] = {
-    {Tells::RgbBlock, RenderRgbLine, false, 16},   {Tells::IrBlock, RenderIrLine, false, 16},
-    {Tells::UvBlock, RenderUvLine, false, 16},     {Tells::HiresBlock, RenderStripLine, true, 20},
-    {Tells::HiresBlock, RenderFullLine, true, 20},
+    {Tells::RgbBlock, RenderRgbLine, false, wire::kProgressAt},
+    {Tells::IrBlock, RenderIrLine, false, wire::kProgressAt},
+    {Tells::UvBlock, RenderUvLine, false, wire::kProgressAt},
+    {Tells::HiresBlock, RenderStripLine, true, wire::kHiresProgressAt},
+    {Tells::HiresBlock, RenderFullLine, true, wire::kHiresProgressAt},
 };
 
 const PacketKind &Kind(Pass pass) { return kPackets[static_cast<size_t>(pass)]; }
 
 /// Lines that one packet can carry.
 int MostLines(Pass pass) {
-    const size_t room = kMaxReplyBytes - (Kind(pass).whole ? kHeaderBytes : 0);
+    const size_t room = kMaxReplyBytes - (Kind(pass).whole ? wire::kHeaderBytes : 0);
     return static_cast<int>(room) / Info(pass).lineBytes;
 }
 
@@ -77,10 +78,10 @@ bool LineServer::Serve(StatusMachine &status, Reply &reply) {
     const int count = request_.word1, read = status.LinesRead(pass_);
     const auto lineBytes = static_cast<size_t>(info.lineBytes);
     const size_t dataBytes = static_cast<size_t>(count) * lineBytes;
-    uint8_t *packet = kind.whole ? reply.Begin(request_, kHeaderBytes + dataBytes, kind.tells)
+    uint8_t *packet = kind.whole ? reply.Begin(request_, wire::kHeaderBytes + dataBytes, kind.tells)
                                  : reply.BeginData(request_, dataBytes, kind.tells);
-    Put16(packet + kLineNumberAt, request_.word0);
-    Put16(packet + kind.progressAt, static_cast<unsigned>(read));
+    wire::Store16(packet + wire::field::kWord0, request_.word0);
+    wire::Store16(packet + kind.progressAt, static_cast<uint16_t>(read));
     for (int k = 0; k < count; k++) {
         const int line = request_.word0 + k;
         uint8_t *bytes = packet + kind.HeaderBytes() + static_cast<size_t>(k) * lineBytes;
@@ -106,8 +107,7 @@ Answer IrLines(DeviceState &device, const Command &command) { return AskFor(Pass
 Answer UvLines(DeviceState &device, const Command &command) { return AskFor(Pass::Uv, device, command); }
 
 Answer HiresLines(DeviceState &device, const Command &command) {
-    constexpr uint8_t kOneWay = 1;
-    if (command.sub != kOneWay)
+    if (command.sub != wire::sub::hires::kOneWay)
         return Answer::Refused;
     // Their numbers overlap: those of the pass that the scan makes or made.
     return AskFor(device.status.LastPass() == Pass::Strip ? Pass::Strip : Pass::Full, device, command);

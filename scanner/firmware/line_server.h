@@ -2,7 +2,7 @@
 // stay until the next card or a clear.
 #pragma once
 
-#include "scanner/firmware/packet.h"
+#include "scanner/firmware/handler.h"
 #include "scanner/firmware/status_machine.h"
 #include "scanner/optics/optics.h"
 
@@ -47,5 +47,7 @@ private:
     Command request_;
     bool asked_ = false;
 };
+
+Handler RgbLines, IrLines, UvLines, HiresLines;
 
 } // namespace scanner

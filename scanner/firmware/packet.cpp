@@ -6,27 +6,29 @@
 
 namespace scanner {
 
+namespace field = wire::field;
+
 Command ParseCommand(const uint8_t *bytes, size_t size) {
     Command command;
-    std::copy_n(bytes, std::min(size, kHeaderBytes), command.bytes.begin());
-    const uint8_t *field = command.bytes.data();
+    std::copy_n(bytes, std::min(size, wire::kHeaderBytes), command.bytes.begin());
+    const uint8_t *header = command.bytes.data();
     command.size = size;
-    command.code = field[0];
-    command.sub = field[1];
-    command.word0 = Get16(field + 8);
-    command.word1 = Get16(field + 10);
-    command.sequence = Get32(field + 12);
-    std::copy_n(field + 16, 4, command.arg);
-    command.dword0 = Get32(field + 44);
-    command.dword1 = Get32(field + 52);
-    if (size > kHeaderBytes) {
-        command.data = bytes + kHeaderBytes;
-        command.dataBytes = size - kHeaderBytes;
+    command.code = header[field::kCode];
+    command.sub = header[field::kSub];
+    command.word0 = wire::Load16(header + field::kWord0);
+    command.word1 = wire::Load16(header + field::kWord1);
+    command.sequence = wire::Load32(header + field::kSequence);
+    std::copy_n(header + field::kArguments, field::kArgumentBytes, command.arg);
+    command.dword0 = wire::Load32(header + field::kDword0);
+    command.dword1 = wire::Load32(header + field::kDword1);
+    if (size > wire::kHeaderBytes) {
+        command.data = bytes + wire::kHeaderBytes;
+        command.dataBytes = size - wire::kHeaderBytes;
     }
     return command;
 }
 
-Reply::Reply() : bytes_(kMaxReplyBytes + kShortHeaderBytes) {}
+Reply::Reply() : bytes_(kMaxReplyBytes + wire::kShortHeaderBytes) {}
 
 uint8_t *Reply::Begin(const Command &command, size_t size, Tells tells) {
     std::fill_n(bytes_.begin(), size, uint8_t{0});
@@ -38,10 +40,10 @@ uint8_t *Reply::BeginData(const Command &command, size_t size, Tells tells) {
     left_ = size;
     tells_ = tells;
     uint8_t *reply = bytes_.data();
-    std::fill_n(reply, kShortHeaderBytes, uint8_t{0});
-    reply[0] = command.code;
-    reply[1] = command.sub;
-    Put32(reply + 12, command.sequence); // byte 2, the status, stays 0: done
+    std::fill_n(reply, wire::kShortHeaderBytes, uint8_t{0});
+    reply[field::kCode] = command.code;
+    reply[field::kSub] = command.sub;
+    wire::Store32(reply + field::kSequence, command.sequence); // the status stays 0: done
     return reply;
 }
 

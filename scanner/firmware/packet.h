@@ -2,6 +2,9 @@
 // bytes, a reply is put together in one buffer that lives as long as the scanner.
 #pragma once
 
+#include "wire/bytes.h"
+#include "wire/packet.h"
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -9,31 +12,16 @@
 
 namespace scanner {
 
-constexpr size_t kShortHeaderBytes = 24;  // the part of a header that line requests consist of
-constexpr size_t kHeaderBytes = 256;      // a whole command, a plain reply, the header before data
-constexpr size_t kMaxReplyBytes = 196608; // the longest transfer that a host makes room for
-
-inline uint16_t Get16(const uint8_t *bytes) { return static_cast<uint16_t>(bytes[0] | bytes[1] << 8); }
-inline uint32_t Get32(const uint8_t *bytes) {
-    return Get16(bytes) | static_cast<uint32_t>(Get16(bytes + 2)) << 16;
-}
-inline void Put16(uint8_t *bytes, unsigned value) {
-    bytes[0] = static_cast<uint8_t>(value);
-    bytes[1] = static_cast<uint8_t>(value >> 8);
-}
-inline void Put32(uint8_t *bytes, uint32_t value) {
-    Put16(bytes, value & 0xFFFF);
-    Put16(bytes + 2, value >> 16);
-}
+constexpr size_t kMaxReplyBytes = wire::kMostTransferBytes;
 
 /// A command as it came in. Bytes that did not come are zero.
 struct Command {
-    std::array<uint8_t, kHeaderBytes> bytes{};
+    std::array<uint8_t, wire::kHeaderBytes> bytes{};
     size_t size = 0; // of the whole transfer, data included
     uint8_t code = 0, sub = 0;
     uint16_t word0 = 0, word1 = 0;
     uint32_t sequence = 0;
-    uint8_t arg[4] = {};
+    uint8_t arg[wire::field::kArgumentBytes] = {};
     uint32_t dword0 = 0, dword1 = 0;
     const uint8_t *data = nullptr; // behind the header, for as long as the command is handled
     size_t dataBytes = 0;
@@ -61,7 +49,7 @@ public:
     /// Begins a reply of `size` zero bytes that names its command; `size` is at most kMaxReplyBytes.
     uint8_t *Begin(const Command &command, size_t size, Tells tells);
     /// As Begin, without zeroing what follows the short header: the caller writes every byte.
-    /// Room for kShortHeaderBytes beyond `size` is there.
+    /// Room for wire::kShortHeaderBytes beyond `size` is there.
     uint8_t *BeginData(const Command &command, size_t size, Tells tells);
     void Drop() { left_ = 0; }
     bool Waiting() const { return left_ > 0; }

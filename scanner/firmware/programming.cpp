@@ -1,7 +1,8 @@
 // Takes firmware and FPGA images and follows their programming.
 #include "scanner/firmware/programming.h"
 
-#include "scanner/firmware/command_table.h"
+#include "scanner/firmware/device_state.h"
+#include "wire/commands.h"
 
 #include <algorithm>
 
@@ -11,12 +12,13 @@ namespace {
 // Seconds, or polls at speed 0: the image is checked first, and the old one lives so long.
 constexpr double kErasedAfter = 1, kDoneAfter = 3;
 
-enum FirmwareSub : uint8_t { kLoad = 1, kProgram = 2, kFormat = 3 };
-enum FpgaSub : uint8_t { kEraseAndProgram = 0, kProgramOnly = 1, kErase = 2 };
+namespace flash = wire::sub::flash;
+namespace fpga = wire::sub::fpga;
 
 /// An image is taken by its size alone, as told and as come: what is in it is the processor's business.
 bool WholeImage(const Command &command) {
-    return command.dword0 >= 1 && command.dword0 <= kMaxImageBytes && command.dataBytes == command.dword0;
+    return command.dword0 >= 1 && command.dword0 <= wire::kMostImageBytes &&
+           command.dataBytes == command.dword0;
 }
 
 void Begin(DeviceState &device, Job job) {
@@ -94,7 +96,7 @@ Answer LoadFirmware(DeviceState &device, const Command &command) {
         std::copy_n(command.arg, 3, programming.version.begin());
         device.observed.firmwareLoads++;
     }
-    device.reply.Begin(command, kHeaderBytes, Tells::Nothing)[2] = status;
+    device.reply.Begin(command, wire::kHeaderBytes, Tells::Nothing)[wire::field::kStatus] = status;
     return Answer::Reply;
 }
 
@@ -128,15 +130,15 @@ void Boot(DeviceState &device) {
 
 Answer FirmwareImage(DeviceState &device, const Command &command) {
     Programming &programming = device.programming;
-    if (command.sub == kLoad)
+    if (command.sub == flash::kLoad)
         return LoadFirmware(device, command);
     if (programming.Busy())
         return Answer::Refused;
-    if (command.sub == kFormat) {
+    if (command.sub == flash::kFormat) {
         FormatData(device);
         return Answer::None;
     }
-    if (command.sub != kProgram || programming.image.empty())
+    if (command.sub != flash::kProgram || programming.image.empty())
         return Answer::Refused;
     Begin(device, Job::Firmware);
     return Answer::None;
@@ -146,11 +148,11 @@ Answer FpgaImage(DeviceState &device, const Command &command) {
     Programming &programming = device.programming;
     if (programming.Busy())
         return Answer::Refused;
-    if (command.sub == kErase) {
+    if (command.sub == fpga::kErase) {
         Begin(device, Job::FpgaErase);
         return Answer::None;
     }
-    if ((command.sub != kEraseAndProgram && command.sub != kProgramOnly) || !WholeImage(command))
+    if ((command.sub != fpga::kEraseAndProgram && command.sub != fpga::kProgramOnly) || !WholeImage(command))
         return Answer::Refused;
     programming.image.assign(command.data, command.data + command.dataBytes);
     device.observed.fpgaLoads++;

@@ -1,13 +1,13 @@
 // Programming of the firmware and the FPGA: an image is loaded, checked, and written over the old one.
 #pragma once
 
+#include "scanner/firmware/handler.h"
+
 #include <array>
 #include <cstdint>
 #include <vector>
 
 namespace scanner {
-
-struct DeviceState;
 
 enum class Job { None, Firmware, Fpga, FpgaErase };
 
@@ -29,5 +29,7 @@ void AdvanceProgramming(DeviceState &device);
 void Halt(DeviceState &device, const char *why);
 /// The firmware starts, if there is one, with what the flash holds.
 void Boot(DeviceState &device);
+
+Handler FirmwareImage, FpgaImage;
 
 } // namespace scanner

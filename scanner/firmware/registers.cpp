@@ -1,5 +1,8 @@
 // Lamps for the user, and the options that hosts set.
-#include "scanner/firmware/command_table.h"
+#include "scanner/firmware/registers.h"
+
+#include "scanner/firmware/device_state.h"
+#include "wire/commands.h"
 
 #include <algorithm>
 #include <iterator>
@@ -9,8 +12,9 @@ namespace {
 
 // Exchanges of options answer with the command itself.
 Answer Echo(DeviceState &device, const Command &command) {
-    uint8_t *reply = device.reply.Begin(command, kHeaderBytes, Tells::Nothing);
-    std::copy(command.bytes.begin() + kShortHeaderBytes, command.bytes.end(), reply + kShortHeaderBytes);
+    uint8_t *reply = device.reply.Begin(command, wire::kHeaderBytes, Tells::Nothing);
+    std::copy(command.bytes.begin() + wire::kShortHeaderBytes, command.bytes.end(),
+              reply + wire::kShortHeaderBytes);
     return Answer::Reply;
 }
 
@@ -27,8 +31,7 @@ Answer WhiteCardNumber(DeviceState &device, const Command &command) {
 }
 
 Answer LogIn(DeviceState &device, const Command &command) {
-    constexpr uint8_t kSetFlag = 2;
-    if (command.sub != kSetFlag)
+    if (command.sub != wire::sub::logIn::kSetFlag)
         return Answer::Refused;
     device.observed.loggedIn = command.arg[0];
     return Answer::None;

@@ -1,7 +1,11 @@
 // Moves a card through its stages.
 #include "scanner/firmware/status_machine.h"
 
+#include "wire/events.h"
+#include "wire/status.h"
+
 #include <algorithm>
+#include <string>
 
 namespace scanner {
 namespace {
@@ -23,11 +27,17 @@ constexpr unsigned kCleaningPolls = 250, kCleaningPauses = 3;
 
 // Where a card that jams comes to a stop, in lines of visible light, and how the event names that light.
 constexpr int kJamLine = 1200;
-constexpr const char *kJamEvent = "Card jammed illum = 1";
+constexpr char kJamLight[] = " illum = 1";
 
 // A host that does not speak for so long (in real seconds, whatever the speed) has vanished. It may be busy
 // with an image or with its user, therefore not less.
 constexpr double kHostTimeout = 15;
+
+// The word of a card under way tells all that it has come to.
+namespace status = wire::status;
+constexpr uint16_t kCardWord = status::kCard, kFirstWord = kCardWord | status::kFirst,
+                   kRgbWord = kFirstWord | status::kRgb, kIrWord = kRgbWord | status::kRgbOver | status::kIr,
+                   kLastWord = kIrWord | status::kLast;
 
 struct StageInfo {
     const char *name;
@@ -36,20 +46,14 @@ struct StageInfo {
 };
 
 constexpr StageInfo kStages[] = {
-    {"idle", 0x0000, kBetweenCards},
-    {"card in", 0x0001, 0.2},
-    {"first", 0x0003, 0.5},
-    {"RGB", 0x0007, 2.5},
-    {"IR", 0x001F, 1.5},
-    {"last", 0x005F, 1.5},
-    {"end", 0x8000, 0.3},
-    {"cleaning", 0x2000, 2.5},
-    {"jammed", 0x1000, 1.0},
+    {"idle", 0, kBetweenCards},    {"card in", kCardWord, 0.2},
+    {"first", kFirstWord, 0.5},    {"RGB", kRgbWord, 2.5},
+    {"IR", kIrWord, 1.5},          {"last", kLastWord, 1.5},
+    {"end", status::kEnd, 0.3},    {"cleaning", status::kCleaning, 2.5},
+    {"jammed", status::kJam, 1.0},
 };
 
 const StageInfo &Info(Stage stage) { return kStages[static_cast<size_t>(stage)]; }
-
-constexpr uint8_t kVisibleLightOnly = 'R';
 
 constexpr Stage kPassStages[kPasses] = {Stage::Rgb, Stage::Ir, Stage::Last, Stage::Last, Stage::Last};
 
@@ -109,7 +113,7 @@ void StatusMachine::DrawCard(Behaviour behaviour) {
     firstCard_ = false;
     behaviour_ = behaviour;
     done_ = {};
-    events_.Post("Card in");
+    events_.Post(wire::event::kCardIn);
     Enter(Stage::CardIn);
 }
 
@@ -129,7 +133,7 @@ void StatusMachine::CheckHost() {
     if (!Scanning() || clock_.RealNow() - lastSpoke_ < kHostTimeout)
         return;
     if (stage_ != Stage::End)
-        events_.Post("Scan timeout");
+        events_.Post(wire::event::kScanTimeout);
     Abandon("the host is silent");
 }
 
@@ -187,7 +191,7 @@ Stage StatusMachine::After(uint8_t scanMode) const {
     case Stage::First:
         return Stage::Rgb;
     case Stage::Rgb:
-        return scanMode == kVisibleLightOnly ? Stage::End : Stage::Ir;
+        return scanMode == wire::kVisibleLightOnly ? Stage::End : Stage::Ir;
     case Stage::Ir:
         return Stage::Last;
     case Stage::Last:
@@ -224,7 +228,7 @@ void StatusMachine::Step(uint8_t scanMode) {
     else
         Enter(next);
     if (next == Stage::Cleaning)
-        events_.Post("Cleaning card");
+        events_.Post(wire::event::kCleaningCard);
 }
 
 bool StatusMachine::Lasted(double seconds) const {
@@ -251,7 +255,7 @@ bool StatusMachine::AtJam() const {
 void StatusMachine::Jam() {
     StopHead();
     cancelled_++;
-    events_.Post(kJamEvent);
+    events_.Post(std::string(wire::event::kCardJammed) + kJamLight);
     Enter(Stage::Jammed);
 }
 
@@ -263,7 +267,7 @@ void StatusMachine::StopHead() {
 void StatusMachine::EndScan(bool finished, const char *why) {
     if (finished) {
         finished_++;
-        events_.Post("Scan Done");
+        events_.Post(wire::event::kScanDone);
     } else {
         StopHead();
         cancelled_++;
@@ -273,8 +277,8 @@ void StatusMachine::EndScan(bool finished, const char *why) {
 }
 
 void StatusMachine::CardOut() {
-    events_.Post("Card ejected");
-    events_.Post("Card out");
+    events_.Post(wire::event::kCardEjected);
+    events_.Post(wire::event::kCardOut);
     Enter(Stage::Idle);
 }
 

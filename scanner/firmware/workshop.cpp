@@ -1,18 +1,15 @@
 // What a workshop asks for: LEDs one by one, lamps that age, tests of the mechanism and of the cable.
-#include "scanner/firmware/command_table.h"
+#include "scanner/firmware/workshop.h"
+
+#include "scanner/firmware/device_state.h"
+#include "wire/commands.h"
 
 #include <algorithm>
 
 namespace scanner {
-namespace {
-
-constexpr size_t kFirstAt = 44, kSecondAt = 52;
-
-} // namespace
-
 Answer SetLeds(DeviceState &device, const Command &command) {
     std::copy_n(command.arg, 3, device.observed.ledBytes);
-    device.reply.Begin(command, kHeaderBytes, Tells::Nothing);
+    device.reply.Begin(command, wire::kHeaderBytes, Tells::Nothing);
     return Answer::Reply;
 }
 
@@ -22,41 +19,38 @@ Answer LedAging(DeviceState &device, const Command &command) {
 }
 
 Answer Mechanism(DeviceState &device, const Command &command) {
-    constexpr uint8_t kState = 1;
-    constexpr size_t kFlagsAt = 42;
-    constexpr unsigned kWantsFirmware = 0x10;
     constexpr uint8_t kCardInTheWay = 1;
-    uint8_t *reply = device.reply.Begin(command, kHeaderBytes, Tells::Nothing);
-    if (command.sub == kState) {
-        Put16(reply + kFlagsAt, device.stored.firmwareMissing ? kWantsFirmware : 0);
+    uint8_t *reply = device.reply.Begin(command, wire::kHeaderBytes, Tells::Nothing);
+    if (command.sub == wire::sub::mechanism::kState) {
+        wire::Store16(reply + wire::mechanism::kFlags,
+                      device.stored.firmwareMissing ? wire::mechanism::kWantsFirmware : uint16_t{0});
         return Answer::Reply;
     }
     if (device.status.Scanning()) { // the transport is needed
-        reply[2] = kCardInTheWay;
+        reply[wire::field::kStatus] = kCardInTheWay;
         return Answer::Reply;
     }
     device.observed.mechTests++;
     device.observed.lastMechTest = command.sub;
     device.observed.mechParameters[0] = command.dword0;
     device.observed.mechParameters[1] = command.dword1;
-    Put32(reply + kFirstAt, command.dword0);
-    Put32(reply + kSecondAt, command.dword1);
+    wire::Store32(reply + wire::field::kDword0, command.dword0);
+    wire::Store32(reply + wire::field::kDword1, command.dword1);
     return Answer::Reply;
 }
 
 Answer Loopback(DeviceState &device, const Command &command) {
-    constexpr uint32_t kMostBytes = kMaxReplyBytes - kHeaderBytes;
     constexpr uint8_t kTooLong = 1;
     device.observed.loopbacks++;
-    const bool fits = command.dword1 <= kMostBytes;
+    const bool fits = command.dword1 <= wire::kMostDataBytes;
     const uint32_t count = fits ? command.dword1 : 0;
-    uint8_t *reply = device.reply.Begin(command, kHeaderBytes + count, Tells::Nothing);
-    reply[2] = fits ? 0 : kTooLong; // the header alone, which no host takes for the whole
-    Put32(reply + kFirstAt, command.dword0);
-    Put32(reply + kSecondAt, command.dword1);
+    uint8_t *reply = device.reply.Begin(command, wire::kHeaderBytes + count, Tells::Nothing);
+    reply[wire::field::kStatus] = fits ? 0 : kTooLong; // the header alone, which no host takes for the whole
+    wire::Store32(reply + wire::field::kDword0, command.dword0);
+    wire::Store32(reply + wire::field::kDword1, command.dword1);
     // Counts on from the exchange's number, so that a byte out of its place is seen.
     for (uint32_t k = 0; k < count; k++)
-        reply[kHeaderBytes + k] = static_cast<uint8_t>(command.dword0 + k);
+        reply[wire::kHeaderBytes + k] = static_cast<uint8_t>(command.dword0 + k);
     return Answer::Reply;
 }
 

@@ -2,6 +2,7 @@
 // before.
 #include "scanner/firmware/faults.h"
 #include "tests/recording/recorded.h"
+#include "wire/bytes.h"
 
 #include <gmock/gmock.h>
 
@@ -30,7 +31,7 @@ struct FileTest : testing::Test {
     static std::vector<size_t> BlockEnds(const Bytes &bytes) {
         std::vector<size_t> ends{16};
         while (ends.back() < bytes.size())
-            ends.push_back(ends.back() + 16 + scanner::Get32(&bytes[ends.back() + 4]));
+            ends.push_back(ends.back() + 16 + wire::Load32(&bytes[ends.back() + 4]));
         return ends;
     }
     /// Number of entries that can be read; none when it is no recording.
@@ -98,8 +99,8 @@ TEST_F(FileTest, StandsAsDocumented) {
     const Bytes bytes = ReadFile(file);
     EXPECT_EQ(std::string(bytes.begin(), bytes.begin() + 12), std::string("K274-REC\1\0\0\0", 12));
     EXPECT_EQ(std::string(bytes.begin() + 16, bytes.begin() + 20), "KBLK");
-    EXPECT_EQ(scanner::Get32(&bytes[20]), bytes.size() - 32);
-    EXPECT_EQ(scanner::Get32(&bytes[28]), 56u + 12 + 7 + 56 + 27);
+    EXPECT_EQ(wire::Load32(&bytes[20]), bytes.size() - 32);
+    EXPECT_EQ(wire::Load32(&bytes[28]), 56u + 12 + 7 + 56 + 27);
 }
 
 TEST_F(FileTest, IsReadWhereverItIsCut) {
@@ -141,7 +142,7 @@ TEST_F(FileTest, BelievesNoLength) {
     for (const size_t at : {size_t{20}, size_t{28}}) { // stored, expanded
         for (const uint32_t value : {0u, 1u, 1u << 21, (1u << 21) + 1, 0x7FFFFFFFu, 0xFFFFFFFFu}) {
             Bytes damaged = whole;
-            scanner::Put32(&damaged[at], value);
+            wire::Store32(&damaged[at], value);
             Reader::End end{};
             EXPECT_EQ(Count(damaged, &end), 0u) << at << ' ' << value;
             EXPECT_NE(end, Reader::End::Whole);

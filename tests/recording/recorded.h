@@ -3,6 +3,7 @@
 
 #include "platform/recording/recording.h"
 #include "tests/scanner/firmware/wire.h"
+#include "wire/bytes.h"
 
 #include <fstream>
 #include <iterator>
@@ -98,7 +99,7 @@ private:
 inline Bytes Status(uint16_t word, uint8_t kind = 0) {
     Bytes reply(80);
     reply[4] = kind;
-    scanner::Put16(&reply[6], word);
+    wire::Store16(&reply[6], word);
     return reply;
 }
 

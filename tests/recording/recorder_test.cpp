@@ -3,6 +3,7 @@
 #include "platform/recording/format.h"
 #include "tests/recording/recorded.h"
 #include "tests/scanner/firmware/host.h"
+#include "wire/bytes.h"
 
 #include <gmock/gmock.h>
 #include <zlib.h>

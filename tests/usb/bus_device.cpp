@@ -1,6 +1,8 @@
 // Serves requests from the device model, on a thread of its own.
 #include "tests/usb/bus_device.h"
 
+#include "wire/bytes.h"
+
 #include <algorithm>
 #include <iterator>
 #include <sstream>
@@ -32,8 +34,8 @@ const Bytes &DeviceDescriptor() {
     // USB 2.0, class by interface, packets of 64 bytes on endpoint 0, release 1.0, one configuration.
     static const Bytes bytes = [] {
         Bytes made = FromHex("12 01 00 02 00 00 00 40 00 00 00 00 00 01 00 00 00 01");
-        scanner::Put16(&made[8], kVendorId);
-        scanner::Put16(&made[10], kProductId);
+        wire::Store16(&made[8], kVendorId);
+        wire::Store16(&made[10], kProductId);
         return made;
     }();
     return bytes;

@@ -3,27 +3,20 @@
 
 #include <algorithm>
 
-#include "platform/recording/commands.h"
-#include "platform/recording/format.h"
 #include "tools/k274/text.h"
+#include "wire/bytes.h"
+#include "wire/commands.h"
+#include "wire/packet.h"
+#include "wire/status.h"
 
 namespace host {
 
 namespace {
 
 using nlohmann::ordered_json;
-using recording::Get16;
-using recording::Get32;
 
-constexpr uint32_t kShortHeader = 24, kHeader = 256;
-constexpr uint32_t kEventText = 128, kEventTextBytes = 128;
-constexpr uint8_t kRgbLines = 0x01, kUvLines = 0x03;
-
-constexpr struct {
-    uint16_t bit;
-    const char *name;
-} kStatusBits[] = {{0x0001, "card"}, {0x0002, "first stage"}, {0x0004, "RGB"},      {0x0010, "IR"},
-                   {0x0040, "last"}, {0x1000, "jam"},         {0x2000, "cleaning"}, {0x8000, "end"}};
+namespace field = wire::field;
+namespace status = wire::status;
 
 std::string HexNumber(unsigned value, int digits) {
     char text[16];
@@ -36,22 +29,21 @@ void AddUnlessZero(ordered_json *fields, const char *name, uint32_t value) {
         (*fields)[name] = value;
 }
 
-const char *KindName(uint8_t kind) { return kind == 1 ? "reset" : kind == 2 ? "event waiting" : "status"; }
-
 ordered_json StatusFields(const uint8_t *bytes) {
-    const uint16_t word = Get16(bytes + 6);
+    const uint16_t word = wire::Load16(bytes + status::kWord);
     std::string stages;
-    for (const auto &known : kStatusBits) {
+    for (const auto &known : status::kNamedBits) {
         if ((word & known.bit) != 0)
             stages += (stages.empty() ? "" : ", ") + std::string(known.name);
     }
-    return {
-        {"kind", KindName(bytes[4])}, {"word", HexNumber(word, 4)}, {"stages", word == 0 ? "idle" : stages}};
+    return {{"kind", status::KindName(bytes[status::kKind])},
+            {"word", HexNumber(word, 4)},
+            {"stages", word == 0 ? "idle" : stages}};
 }
 
 std::string EventText(const recording::Entry &read) {
-    const uint8_t *text = read.data + kEventText;
-    const uint8_t *limit = text + std::min(kEventTextBytes, read.dataBytes - kEventText);
+    const uint8_t *text = read.data + field::kRecord;
+    const uint8_t *limit = text + std::min(field::kRecordBytes, read.dataBytes - field::kRecord);
     return Utf8Text(text, static_cast<size_t>(std::find(text, limit, 0) - text));
 }
 
@@ -60,35 +52,37 @@ std::string EventText(const recording::Entry &read) {
 ordered_json CommandFields(const recording::Entry &sent) {
     ordered_json fields = ordered_json::object();
     const uint8_t *bytes = sent.data;
-    if (sent.dataBytes < kShortHeader)
+    if (sent.dataBytes < wire::kShortHeaderBytes)
         return fields;
-    fields["seq"] = Get32(bytes + 12);
-    AddUnlessZero(&fields, "sub", bytes[1]);
-    AddUnlessZero(&fields, "word0", Get16(bytes + 8));
-    AddUnlessZero(&fields, "word1", Get16(bytes + 10));
+    fields["seq"] = wire::Load32(bytes + field::kSequence);
+    AddUnlessZero(&fields, "sub", bytes[field::kSub]);
+    AddUnlessZero(&fields, "word0", wire::Load16(bytes + field::kWord0));
+    AddUnlessZero(&fields, "word1", wire::Load16(bytes + field::kWord1));
     for (const char *name : {"arg0", "arg1", "arg2", "arg3"})
-        AddUnlessZero(&fields, name, bytes[16 + (name[3] - '0')]);
-    if (sent.dataBytes >= kHeader) {
-        AddUnlessZero(&fields, "dword0", Get32(bytes + 44));
-        AddUnlessZero(&fields, "dword1", Get32(bytes + 52));
-        AddUnlessZero(&fields, "dataBytes", sent.dataBytes - kHeader);
+        AddUnlessZero(&fields, name, bytes[field::kArguments + static_cast<size_t>(name[3] - '0')]);
+    if (sent.dataBytes >= wire::kHeaderBytes) {
+        AddUnlessZero(&fields, "dword0", wire::Load32(bytes + field::kDword0));
+        AddUnlessZero(&fields, "dword1", wire::Load32(bytes + field::kDword1));
+        AddUnlessZero(&fields, "dataBytes", sent.dataBytes - uint32_t{wire::kHeaderBytes});
     }
     return fields;
 }
 
 ordered_json ReplyFields(uint8_t command, const recording::Entry &read) {
     const uint8_t *bytes = read.data;
-    if (command == recording::kStatusPoll)
+    if (command == wire::command::kStatusPoll)
         return read.dataBytes >= 8 ? StatusFields(bytes) : ordered_json::object();
-    if (read.dataBytes < kShortHeader)
+    if (read.dataBytes < wire::kShortHeaderBytes)
         return ordered_json::object();
-    if (command >= kRgbLines && command <= kUvLines) // lines, of which the first gives up its begin
-        return {{"line", Get16(bytes + 8)}};
-    ordered_json fields = {{"status", bytes[2]}, {"seq", Get32(bytes + 12)}};
-    if (command == recording::kEventRead && read.dataBytes > kEventText)
+    if (command >= wire::command::kRgbLines &&
+        command <= wire::command::kUvLines) // lines, of which the first gives up its begin
+        return {{"line", wire::Load16(bytes + field::kWord0)}};
+    ordered_json fields = {{"status", bytes[field::kStatus]},
+                           {"seq", wire::Load32(bytes + field::kSequence)}};
+    if (command == wire::command::kEvent && read.dataBytes > field::kRecord)
         fields["text"] = EventText(read);
-    if (read.dataBytes > kHeader)
-        fields["dataBytes"] = read.dataBytes - kHeader;
+    if (read.dataBytes > wire::kHeaderBytes)
+        fields["dataBytes"] = read.dataBytes - wire::kHeaderBytes;
     return fields;
 }
 
@@ -104,9 +98,9 @@ ordered_json DescriptorFields(const recording::Entry &attach) {
                               {"alternate", bytes[at + 3]},
                               {"endpoints", bytes[at + 4]},
                               {"class", HexNumber(bytes[at + 5], 2)}});
-    return {{"vendor", HexNumber(Get16(bytes + 8), 4)},
-            {"product", HexNumber(Get16(bytes + 10), 4)},
-            {"release", HexNumber(Get16(bytes + 12), 4)},
+    return {{"vendor", HexNumber(wire::Load16(bytes + 8), 4)},
+            {"product", HexNumber(wire::Load16(bytes + 10), 4)},
+            {"release", HexNumber(wire::Load16(bytes + 12), 4)},
             {"interfaces", interfaces}};
 }
 

@@ -125,7 +125,7 @@ TEST_F(DeviceTest, TracksAreDeliveredAsTheHeadReadsThem) {
             const Bytes data = Exchange({0x20});
             for (const size_t i : {0u, 1u, 2u}) {
                 const uint8_t *block = &data.at(256 + 1024 * i);
-                const uint32_t count = Get32(block + 1020);
+                const uint32_t count = wire::Load32(block + 1020);
                 EXPECT_EQ(count, i != c.index ? 0u : i == 1 ? 253u : 708u);
                 std::string read;
                 for (uint32_t k = 0; k < count; k++)

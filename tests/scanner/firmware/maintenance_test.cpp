@@ -29,7 +29,7 @@ Fields Load(const Bytes &image, uint8_t build = 7) {
     fields.dataAt = 18;
     fields.data = {build};
     fields.data.resize(256 - fields.dataAt);
-    scanner::Put32(&fields.data[44 - fields.dataAt], fields.dword0);
+    wire::Store32(&fields.data[44 - fields.dataAt], fields.dword0);
     fields.data.insert(fields.data.end(), image.begin(), image.end());
     return fields;
 }
@@ -147,7 +147,7 @@ TEST_F(Maintenance, ImagesThatAreNotWholeAreRefused) {
         SCOPED_TRACE(&c - kCases);
         Exchange(Load({1, 2, 3})); // a bad image takes the place of a good one
         Fields fields = Load(Bytes(c.sent));
-        scanner::Put32(&fields.data[44 - fields.dataAt], c.told);
+        wire::Store32(&fields.data[44 - fields.dataAt], c.told);
         EXPECT_EQ(Exchange(fields).at(2), c.status);
         EXPECT_EQ(Send({0x10, 2}), c.status == 0 ? OutResult::Ack : OutResult::Stall);
         if (c.status == 0) {
@@ -180,7 +180,7 @@ TEST_F(Maintenance, DataAreasKeepWhatIsWritten) {
     const Bytes factory = Noise(128, 1), user = Noise(128, 2), afe = Noise(52, 4),
                 responses = Noise(18900, 5);
     Bytes parameters = Noise(44, 3), padded = responses;
-    scanner::Put32(&parameters[40], 500);
+    wire::Store32(&parameters[40], 500);
     const auto sum = std::accumulate(responses.begin(), responses.end(), 0u);
     padded.resize(20000);
     const Fields kWrites[] = {

@@ -2,6 +2,7 @@
 #include "wire.h"
 
 #include "scanner/cards/hidden_light.h"
+#include "wire/bytes.h"
 
 #define STB_IMAGE_WRITE_IMPLEMENTATION
 #include <stb/stb_image_write.h>
@@ -17,13 +18,13 @@ Bytes Packet(const Fields &fields, uint32_t sequence) {
     packet[0] = fields.code;
     packet[1] = fields.sub;
     packet[2] = 0xFF;
-    scanner::Put16(&packet[8], fields.word0);
-    scanner::Put16(&packet[10], fields.word1);
-    scanner::Put32(&packet[12], sequence);
+    wire::Store16(&packet[8], fields.word0);
+    wire::Store16(&packet[10], fields.word1);
+    wire::Store32(&packet[12], sequence);
     packet[16] = fields.arg0;
     packet[17] = fields.arg1;
-    scanner::Put32(&packet[44], fields.dword0);
-    scanner::Put32(&packet[52], fields.dword1);
+    wire::Store32(&packet[44], fields.dword0);
+    wire::Store32(&packet[52], fields.dword1);
     packet.resize(std::max(fields.size, fields.data.empty() ? 0 : fields.dataAt + fields.data.size()));
     std::copy(fields.data.begin(), fields.data.end(),
               packet.begin() + static_cast<std::ptrdiff_t>(std::min(fields.dataAt, packet.size())));

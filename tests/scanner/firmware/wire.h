@@ -3,6 +3,7 @@
 
 #include "scanner/cards/card.h"
 #include "scanner/firmware/packet.h"
+#include "wire/bytes.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -40,10 +41,10 @@ inline Fields LineFields(int code, int first, int lines) {
 }
 
 inline uint16_t Word(const Bytes &reply, size_t at) {
-    return at + 2 <= reply.size() ? scanner::Get16(&reply[at]) : 0xFFFF;
+    return at + 2 <= reply.size() ? wire::Load16(&reply[at]) : 0xFFFF;
 }
 inline uint32_t Dword(const Bytes &reply, size_t at) {
-    return at + 4 <= reply.size() ? scanner::Get32(&reply[at]) : 0xFFFFFFFF;
+    return at + 4 <= reply.size() ? wire::Load32(&reply[at]) : 0xFFFFFFFF;
 }
 /// The event text of a reply.
 std::string Text(const Bytes &reply);

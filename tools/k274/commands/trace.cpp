@@ -16,6 +16,7 @@
 #include "tools/k274/output.h"
 #include "tools/k274/packet_fields.h"
 #include "tools/k274/text.h"
+#include "wire/commands.h"
 
 namespace host {
 
@@ -35,7 +36,7 @@ struct TraceOptions {
 
 std::optional<uint8_t> FindCommand(const std::string &text) {
     for (int code = 0; code < 256; ++code) {
-        const char *name = recording::CommandName(static_cast<uint8_t>(code));
+        const char *name = wire::CommandName(static_cast<uint8_t>(code));
         if (name != nullptr && text == name)
             return static_cast<uint8_t>(code);
     }
@@ -188,7 +189,7 @@ ordered_json Shown::Object(bool data) const {
     if (entry.kind == Kind::Transfer) {
         object["direction"] = entry.read ? "in" : "out";
         object["command"] = command ? ordered_json(*command) : ordered_json();
-        const char *name = command ? recording::CommandName(*command) : nullptr;
+        const char *name = command ? wire::CommandName(*command) : nullptr;
         object["name"] = name != nullptr ? ordered_json(name) : ordered_json();
         object["size"] = entry.size;
         object["transferred"] = entry.transferred;

@@ -1,17 +1,23 @@
-// Commands about the scanner as a whole: handshake, close, clear, eject, reset and who it is.
-#include "scanner/firmware/command_table.h"
+// Commands about the scanner as a whole.
+#include "scanner/firmware/general.h"
+
+#include "scanner/firmware/device_state.h"
+#include "wire/version.h"
+
+#include <algorithm>
 
 namespace scanner {
 namespace {
 
 Answer PlainReply(DeviceState &device, const Command &command) {
-    device.reply.Begin(command, kHeaderBytes, Tells::Nothing);
+    device.reply.Begin(command, wire::kHeaderBytes, Tells::Nothing);
     return Answer::Reply;
 }
 
 } // namespace
 
-const VS_Identity kFactoryIdentity = {274001, 27400112345, {2, 3, 7}, {1, 12}, 3, 1, 0};
+const VS_Identity kFactoryIdentity = {
+    274001, 27400112345, {wire::kVersion[0], wire::kVersion[1], wire::kVersion[2]}, {1, 12}, 3, 1, 0};
 
 Answer Handshake(DeviceState &device, const Command &command) {
     device.observed.handshakes++;
@@ -53,18 +59,18 @@ Answer GuiScan(DeviceState &device, const Command &command) {
 }
 
 Answer Information(DeviceState &device, const Command &command) {
+    namespace at = wire::information;
     const VS_Identity &identity = device.identity;
-    uint8_t *reply = device.reply.Begin(command, kHeaderBytes, Tells::Nothing);
-    for (size_t k = 0; k < 3; k++)
-        reply[16 + k] = identity.firmware[k];
-    Put16(reply + 26, static_cast<unsigned>(identity.fpga[0] << 8 | identity.fpga[1]));
-    reply[28] = identity.hardware;
-    constexpr unsigned kHasSecondSerial = 112;
-    Put16(reply + 30, identity.serialNumber2 != 0 ? kHasSecondSerial : 0);
-    reply[34] = identity.further;
-    Put32(reply + 44, static_cast<uint32_t>(identity.serialNumber2));
-    Put32(reply + 52, static_cast<uint32_t>(identity.serialNumber2 >> 32));
-    Put32(reply + 56, identity.serialNumber);
+    uint8_t *reply = device.reply.Begin(command, wire::kHeaderBytes, Tells::Nothing);
+    std::copy_n(identity.firmware, 3, reply + at::kFirmware);
+    wire::Store16(reply + at::kFpga, static_cast<uint16_t>(identity.fpga[0] << 8 | identity.fpga[1]));
+    reply[at::kHardware] = identity.hardware;
+    wire::Store16(reply + at::kSecondSerialMark,
+                  identity.serialNumber2 != 0 ? at::kHasSecondSerial : uint16_t{0});
+    reply[at::kFurther] = identity.further;
+    wire::Store32(reply + at::kSecondSerialLow, static_cast<uint32_t>(identity.serialNumber2));
+    wire::Store32(reply + at::kSecondSerialHigh, static_cast<uint32_t>(identity.serialNumber2 >> 32));
+    wire::Store32(reply + at::kSerial, identity.serialNumber);
     return Answer::Reply;
 }
 

@@ -1,0 +1,10 @@
+// The magnetic stripe of the last card.
+#pragma once
+
+#include "scanner/firmware/handler.h"
+
+namespace scanner {
+
+Handler StripeLines, StripeTracks;
+
+} // namespace scanner
