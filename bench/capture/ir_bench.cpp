@@ -3,7 +3,7 @@
 
 #include "bench/literal/ir_uv.h"
 #include "bench/literal/rgb.h"
-#include "src/state/measures.h"
+#include "src/analysis/ir_profiles.h"
 #include "src/capture/ir_lines.h"
 #include "src/carddata/barcode_images.h"
 
@@ -24,7 +24,6 @@ uint8_t frontBytes[kCopyBytes], backBytes[kCopyBytes];
 uint8_t colourBytes[3 * size_t{kSensorRows} * kRgbColumns], red0Bytes[size_t{kSensorRows} * kRgbColumns],
     red1Bytes[size_t{kSensorRows} * kRgbColumns];
 uint16_t gains[kSensorRows];
-ImageProcessor processor;
 ResponseTable rawTable, correctedTable;
 const CardPosition card{150, 1168, 140, 2533, false};
 const ContrastTable contrast = BuildContrastTable();
@@ -78,7 +77,7 @@ void Destripe() {
 }
 
 void PlainProfiles() { reference::IrResp(raw, corrected, rawTable, correctedTable); }
-void Profiles() { processor.IrResp(raw, corrected, rawTable, correctedTable); }
+void Profiles() { IrResp(raw, corrected, rawTable, correctedTable); }
 
 void PlainRed() {
     reference::BuildRedImage(colour, red0);

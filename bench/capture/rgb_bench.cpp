@@ -2,7 +2,8 @@
 #include "bench/capture/step_table.h"
 
 #include "bench/literal/rgb.h"
-#include "src/state/measures.h"
+#include "src/analysis/rgb_profiles.h"
+#include "src/analysis/white_test.h"
 #include "src/capture/measure.h"
 #include "src/capture/rgb_lines.h"
 
@@ -22,7 +23,7 @@ uint8_t lines[kBlocks][kRgbBlockBytes];
 uint8_t rawBytes[kImageBytes], correctedBytes[kImageBytes];
 uint8_t frontBytes[1180 * 1880 * 3], backBytes[1180 * 1880 * 3], edgeBytes[60 * 500 * 3];
 RgbGains gains;
-ImageProcessor processor;
+ScanMeasures measures;
 ResponseTable rawTable, correctedTable;
 
 const ColourView raw{rawBytes, kSensorRows, kRgbColumns};
@@ -89,11 +90,11 @@ void CopySpans(ConstColourView image, int firstRow, int rows, int rowStep, int f
 }
 
 void PlainRawProfile() { reference::RgbResp(raw, rawTable); }
-void RawProfile() { processor.RgbResp(raw, rawTable); }
+void RawProfile() { RgbResp(raw, rawTable); }
 void CopyRawProfile() { CopySpans(raw, 0, kSensorRows, 1, 500, 1000); }
 
 void PlainCorrectedProfile() { reference::RgbCorResp(corrected, correctedTable); }
-void CorrectedProfile() { processor.RgbCorResp(corrected, correctedTable); }
+void CorrectedProfile() { RgbCorResp(corrected, correctedTable); }
 void CopyCorrectedProfile() { CopySpans(corrected, 0, kSensorRows, 1, 1155, 580); }
 
 void PlainLevels() {
@@ -104,7 +105,7 @@ void PlainLevels() {
 }
 void LevelsAndWhiteTest() {
     benchmark::DoNotOptimize(RgbLevels(raw));
-    benchmark::DoNotOptimize(processor.WhiteTest(raw));
+    benchmark::DoNotOptimize(WhiteTest(raw, measures));
 }
 void CopyLevels() {
     for (const int side : {0, kBackFirstRow}) {

@@ -2,7 +2,7 @@
 #include "bench/capture/step_table.h"
 
 #include "bench/literal/ir_uv.h"
-#include "src/state/measures.h"
+#include "src/analysis/uv_profiles.h"
 #include "src/capture/uv_lines.h"
 
 #include <benchmark/benchmark.h>
@@ -18,7 +18,7 @@ constexpr size_t kCropBytes = K274_UV_WIDTH * K274_UV_HEIGHT * 3;
 uint8_t lines[kImageBytes], rawBytes[kImageBytes], correctedBytes[kImageBytes];
 uint8_t frontBytes[kCropBytes], backBytes[kCropBytes];
 uint16_t gains[kSensorRows];
-ImageProcessor processor;
+ScanMeasures measures;
 ResponseTable rawTable, correctedTable;
 constexpr UvOptions kOptions{true, true, true, true};
 UvMeasure measure;
@@ -78,7 +78,7 @@ void CopyCrops() {
 }
 
 void PlainProfiles() { reference::UvResp(raw, corrected, 1.0F, rawTable, correctedTable); }
-void Profiles() { processor.UvResp(raw, corrected, rawTable, correctedTable); }
+void Profiles() { UvResp(raw, corrected, measures, rawTable, correctedTable); }
 
 // Levels and lamp check, of few pixels each, are left out on both sides.
 constexpr Step kPlainEnd =

@@ -3,10 +3,10 @@
 // against. Slow on purpose; keep them literal.
 #pragma once
 
-#include "src/state/measures.h"
 #include "src/capture/ir_lines.h"
 #include "src/capture/stretch.h"
 #include "src/capture/uv_lines.h"
+#include "src/state/scan_measures.h"
 
 namespace k274::reference {
 

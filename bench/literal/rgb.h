@@ -2,8 +2,8 @@
 // functions to, and what the benchmark measures them against. Slow on purpose; keep them literal.
 #pragma once
 
-#include "src/state/measures.h"
 #include "src/capture/rgb_lines.h"
+#include "src/state/scan_measures.h"
 
 namespace k274::reference {
 

@@ -1,7 +1,6 @@
 #include "src/analysis/calibration.h"
 
-#include "src/common/text.h"
-#include "src/log/log.h"
+#include "src/analysis/response_levels.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -51,14 +50,14 @@ void SetExposures(const AfeRegisters &current, const Exposure &exposure, float l
     next.words[exposure.word + 1] = Word(Quotient(back, front) * exposure.front * lead, 0, exposure.mostBack);
 }
 
-int32_t ReasonsToWrite(const AfeRegisters &current, const AfeRegisters &next) {
-    const auto dim = [](int row, int32_t least) {
-        return std::min(imageProcessor.respHigh[kFront][row], imageProcessor.respHigh[kBack][row]) < least;
+int32_t ReasonsToWrite(const ScanMeasures &measures, const AfeRegisters &current, const AfeRegisters &next) {
+    const auto dim = [&](int row, int32_t least) {
+        return std::min(measures.respHigh[kFront][row], measures.respHigh[kBack][row]) < least;
     };
     const auto changed = [&](int word, int by) {
         return std::abs(next.words[word] - current.words[word]) > by;
     };
-    const int32_t visible = std::min(imageProcessor.visibleMax[kFront], imageProcessor.visibleMax[kBack]);
+    const int32_t visible = std::min(measures.visibleMax[kFront], measures.visibleMax[kBack]);
     return Flag(0, visible < 200 || changed(kRgbExposure, 16) || changed(kRgbExposure + 1, 16)) |
            Flag(1, dim(kIrRow, 200) || changed(kIrExposure, 20) || changed(kIrExposure + 1, 20)) |
            Flag(2, dim(kUvRow, 170) || changed(kUvExposure, 40) || changed(kUvExposure + 1, 40)) |
@@ -69,11 +68,11 @@ int32_t ReasonsToWrite(const AfeRegisters &current, const AfeRegisters &next) {
 
 } // namespace
 
-void AfeCalibrate(const AfeRegisters &current) {
-    imageProcessor.BuildHistograms(CcdRawResp);
-    imageProcessor.ResponseLevels();
-    const auto front = [](int row) { return static_cast<float>(imageProcessor.respHigh[kFront][row]); };
-    const auto back = [](int row) { return static_cast<float>(imageProcessor.respHigh[kBack][row]); };
+void AfeCalibrate(const AfeRegisters &current, const ResponseTable &raw, ScanMeasures &measures,
+                  Calibration &calibration) {
+    ResponseLevels(raw, measures);
+    const auto front = [&](int row) { return static_cast<float>(measures.respHigh[kFront][row]); };
+    const auto back = [&](int row) { return static_cast<float>(measures.respHigh[kBack][row]); };
     const auto lead = [&](int row) { return Quotient(front(row), back(row)); };
     const float meanFront = (front(1) + front(2)) / 2.0F, meanBack = (back(1) + back(2)) / 2.0F;
 
@@ -106,23 +105,24 @@ void AfeCalibrate(const AfeRegisters &current) {
     next.words[kUvGainSecond] = static_cast<uint16_t>(next.words[kUvGain] * 1.46F);
 
     calibration.newAfe = next;
-    calibration.calFlags = ReasonsToWrite(current, next);
+    calibration.calFlags = ReasonsToWrite(measures, current, next);
 }
 
-void CheckMeans() {
-    const int32_t(&means)[6] = imageProcessor.correctedMeans;
+int32_t CheckMeans(const ScanMeasures &measures) {
+    const int32_t(&means)[6] = measures.correctedMeans;
     const int32_t row2 = means[0], row1 = means[1], row0 = means[2];
     const int32_t spread = std::abs(row1 - row2) + std::abs(row1 - row0) + std::abs(row2 - row0);
-    calibration.calCheckFlags = Flag(0, Outside(row2, 196, 250)) | Flag(1, Outside(row1, 204, 240)) |
-                                Flag(2, Outside(row0, 204, 240)) | Flag(4, Outside(means[3], 200, 250)) |
-                                Flag(5, Outside(means[4], 196, 250)) | Flag(6, spread > 33);
+    return Flag(0, Outside(row2, 196, 250)) | Flag(1, Outside(row1, 204, 240)) |
+           Flag(2, Outside(row0, 204, 240)) | Flag(4, Outside(means[3], 200, 250)) |
+           Flag(5, Outside(means[4], 196, 250)) | Flag(6, spread > 33);
 }
 
-void FactoryCalibrate(const AfeRegisters &current) {
-    if (imageProcessor.forwardRead != 1)
+void FactoryCalibrate(const AfeRegisters &current, const ResponseTable &raw, ScanMeasures &measures,
+                      Calibration &calibration) {
+    if (measures.forwardRead != 1)
         return;
-    AfeCalibrate(current);
-    CheckMeans();
+    AfeCalibrate(current, raw, measures, calibration);
+    calibration.calCheckFlags = CheckMeans(measures);
 }
 
 void ShiftForS(ResponseTable &raw) {
@@ -135,18 +135,13 @@ void ShiftForS(ResponseTable &raw) {
     }
 }
 
-int32_t FlatnessCheck() {
-    const int32_t(&means)[6] = imageProcessor.correctedMeans;
-    const int32_t(&grades)[5] = imageProcessor.gradeSums;
+int32_t FlatnessCheck(const ScanMeasures &measures) {
+    const int32_t(&means)[6] = measures.correctedMeans;
+    const int32_t(&grades)[5] = measures.gradeSums;
     const bool visible = std::any_of(means, means + 3, [](int32_t mean) { return Outside(mean, 205, 235); });
-    const int32_t flags = Flag(0, visible) | Flag(1, Outside(means[3], 200, 235)) |
-                          Flag(2, Outside(means[4], 200, 235)) |
-                          Flag(4, *std::max_element(grades, grades + 3) > 8) | Flag(5, grades[3] > 12) |
-                          Flag(6, grades[4] > 15);
-    calibration.flatOk = flags == 0 ? 1 : 0;
-    log.Image(flags == 0 ? Format("Calibration OK")
-                         : Format("Calibration not flat 0x%X", static_cast<unsigned>(flags)));
-    return calibration.flatOk;
+    return Flag(0, visible) | Flag(1, Outside(means[3], 200, 235)) | Flag(2, Outside(means[4], 200, 235)) |
+           Flag(4, *std::max_element(grades, grades + 3) > 8) | Flag(5, grades[3] > 12) |
+           Flag(6, grades[4] > 15);
 }
 
 } // namespace k274

@@ -1,6 +1,4 @@
-// The FT profile of a white card, its brightness along the travel in every light, and the scores of its
-// unevenness.
-#include "src/state/measures.h"
+#include "src/analysis/ft_profile.h"
 
 #include "src/analysis/summary.h"
 #include "src/common/pixel_sums.h"
@@ -130,33 +128,33 @@ int32_t Ratio(int32_t step, int32_t level) {
 
 } // namespace
 
-int32_t ImageProcessor::ProfileAnalysis(const ScanImages &images, ResponseTable &raw) {
-    if (cardClass < 0)
-        return -1;
+void ProfileAnalysis(const ScanImages &images, ScanMeasures &measures, ResponseTable &raw) {
+    FtProfile &ftProfile = measures.ftProfile;
+    auto &ratios = measures.ratios;
     BuildFtProfile(MeasureColumns(images), ftProfile);
-    streakScore = StreakScore(ftProfile);
+    measures.streakScore = StreakScore(ftProfile);
 
     constexpr int kWindows[6] = {130, 230, 330, 650, 750, 850};
     for (int plane = 0; plane < kFtPlanes; plane++) {
-        int32_t(&means)[6] = windowMeans[plane];
+        int32_t(&means)[6] = measures.windowMeans[plane];
         for (int i = 0; i < 6; i++)
             means[i] = WindowMean(ftProfile[plane] + kWindows[i]);
         for (int side = 0; side < 2; side++) {
             const int32_t *side3 = means + 3 * side;
-            stepMaxima[plane][side] = std::max(std::abs(side3[0] - side3[1]), std::abs(side3[1] - side3[2]));
+            measures.stepMaxima[plane][side] =
+                std::max(std::abs(side3[0] - side3[1]), std::abs(side3[1] - side3[2]));
             // The front's level serves both sides.
-            ratios[plane][side] = Ratio(stepMaxima[plane][side], means[1]);
+            ratios[plane][side] = Ratio(measures.stepMaxima[plane][side], means[1]);
         }
         ratios[plane][2] = std::max(ratios[plane][0], ratios[plane][1]);
     }
     const int32_t unevenness =
         std::max({ratios[0][2], ratios[kIrPlane][2] * 8 / 10, ratios[kUvPlane][2] * 7 / 10});
-    profileScore = unevenness >= 6 ? (unevenness - 5) * 19 / 10 : 0;
+    measures.profileScore = unevenness >= 6 ? (unevenness - 5) * 19 / 10 : 0;
 
     for (int plane = 0; plane < kFtPlanes; plane++)
         ftProfile[plane][0] = static_cast<uint8_t>(ratios[plane][2]);
-    StoreSummary(raw, kProfileScoreEntry, {profileScore + streakScore});
-    return 0;
+    StoreSummary(raw, kProfileScoreEntry, {measures.profileScore + measures.streakScore});
 }
 
 } // namespace k274

@@ -7,7 +7,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
-#include <mutex>
 
 namespace k274 {
 

@@ -1,4 +1,3 @@
-// How even the responses are: means and grades of the corrected ones, dips below the neighbours in both.
 #include "src/analysis/quality.h"
 
 #include "src/analysis/summary.h"
@@ -76,7 +75,7 @@ int Dip(const uint8_t *entry, const int (&distances)[Distances]) {
 
 } // namespace
 
-void ImageProcessor::QualityMeans(const ResponseTable &raw, ResponseTable &corrected) {
+void QualityMeans(const ResponseTable &raw, ResponseTable &corrected, ScanMeasures &measures) {
     int grades[kResponseTables] = {};
     for (int i = 0; i < 6; i++) {
         const JudgedRow &judged = kJudgedRows[i];
@@ -87,14 +86,14 @@ void ImageProcessor::QualityMeans(const ResponseTable &raw, ResponseTable &corre
                 sum += value;
                 grades[judged.row] += Grade(value, judged.limits);
             }
-        correctedMeans[i] = sum / judged.entries;
+        measures.correctedMeans[i] = sum / judged.entries;
     }
     grades[5] += UvMismatches(raw);
     const int kept[5] = {grades[0], grades[1], grades[2], grades[3], std::max(grades[6], grades[5])};
     for (int i = 0; i < 5; i++) {
-        gradeSums[i] = std::min(kept[i], 255);
-        StoreSummary(corrected, kMeanEntry + i, {correctedMeans[i]});
-        StoreSummary(corrected, kGradeEntry + i, {gradeSums[i]});
+        measures.gradeSums[i] = std::min(kept[i], 255);
+        StoreSummary(corrected, kMeanEntry + i, {measures.correctedMeans[i]});
+        StoreSummary(corrected, kGradeEntry + i, {measures.gradeSums[i]});
     }
 }
 

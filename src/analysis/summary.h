@@ -2,7 +2,7 @@
 // scan measured, in one byte each.
 #pragma once
 
-#include "src/state/measures.h"
+#include "src/state/scan_measures.h"
 
 #include <initializer_list>
 

@@ -21,6 +21,7 @@
 #include "src/passes/line_transfer.h"
 #include "src/saved/saved_scan.h"
 #include "src/saved/work_images.h"
+#include "src/state/capture_state.h"
 #include "src/state/flags.h"
 #include "src/state/image_set.h"
 #include "src/state/locks.h"
@@ -291,4 +292,4 @@ uint8_t *K274_GetImgMsBl(void) { return imageSet.MsBl; }
 uint8_t *K274_GetCcdWccResp(void) { return &ccdPix.resp[0][0]; }
 uint8_t *K274_GetCcdRawResp(void) { return &CcdRawResp[0][0]; }
 uint8_t *K274_GetCcdCorResp(void) { return &CcdCorResp[0][0]; }
-void K274_UpdateFT(void *profile) { CopyOut(profile, imageProcessor.ftProfile); }
+void K274_UpdateFT(void *profile) { CopyOut(profile, measures.ftProfile); }

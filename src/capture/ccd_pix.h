@@ -37,6 +37,5 @@ struct CcdPix {
     uint16_t fixIr[kSensorRows] = {}; ///< x 128
     uint16_t fixUv[kSensorRows] = {}; ///< x 64; entries 0 to 1349 follow the response, the others hold 64
 };
-extern CcdPix ccdPix;
 
 } // namespace k274

@@ -10,6 +10,8 @@ set_source_files_properties(
     ${CMAKE_CURRENT_LIST_DIR}/uv_correct.cpp
     ${CMAKE_CURRENT_LIST_DIR}/uv_crop.cpp
     ${CMAKE_CURRENT_LIST_DIR}/uv_tones.cpp
-    ${CMAKE_CURRENT_LIST_DIR}/../analysis/profiles.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/../analysis/dust.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/../analysis/ir_profiles.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/../analysis/uv_profiles.cpp
     ${CMAKE_CURRENT_LIST_DIR}/../carddata/barcode_images.cpp
     PROPERTIES COMPILE_OPTIONS "$<$<NOT:$<CONFIG:Debug>>:-O3>")

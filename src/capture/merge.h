@@ -15,7 +15,6 @@ struct MergeHistory {
     uint8_t images[4][kMergeBytes];
     int newest; // the others follow in a ring, from the next one, the oldest, on
 };
-extern MergeHistory mergeHistory;
 
 /// Adds the image to the history and rewrites it: bands of the images before it, the mean of the four with
 /// a scale above it, and darkened rows between them.

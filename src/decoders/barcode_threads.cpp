@@ -190,12 +190,12 @@ void StartBarcodeDecode() {
         SetScanState(K274_STATE_BARCODE_READY);
         return;
     }
-    if (imageProcessor.cardClass == 0) {
+    if (measures.cardClass == 0) {
         log.Write(Format("white,   %05d, WC   [no BC]", state.scanCounter + 1));
         return;
     }
     const int32_t mode = barcode.decodeMode;
-    const int32_t backDark = imageProcessor.whiteDark[1];
+    const int32_t backDark = measures.whiteDark[1];
     const bool startFirst = mode <= 2 || backDark < kDarkBack;
     // Mode 3 only lets the watchdog believe in a first decoder, so that the second starts after its delay.
     const BarcodeTicket ticket = PrepareDecoders(startFirst || mode == 3);

@@ -18,19 +18,19 @@ namespace k274 {
 
 namespace {
 
-// Under imageLock. Only jitterCount may be set to 0 by others meanwhile.
+// Under imageLock. Only the count may be set to 0 by others meanwhile.
 void AddSample(int32_t value, int32_t device, int16_t textLength) {
-    ImageProcessor &p = imageProcessor;
-    p.jitterValue = value;
-    if (device != p.jitterDevice || textLength != kJitterTextLength) {
-        p.jitterCount = 0;
-        p.jitterDevice = device;
+    JitterSeries &series = measures.jitter;
+    series.value = value;
+    if (device != series.device || textLength != kJitterTextLength) {
+        series.count = 0;
+        series.device = device;
     }
-    const int32_t before = p.jitterCount.fetch_add(1);
-    p.jitterSamples[before % ImageProcessor::kJitterSeries] = value;
-    p.jitterMax = -1;
-    if (before + 1 >= ImageProcessor::kJitterSeries)
-        p.jitterMax = std::max(0, *std::max_element(std::begin(p.jitterSamples), std::end(p.jitterSamples)));
+    const int32_t before = series.count.fetch_add(1);
+    series.samples[before % kJitterSeries] = value;
+    series.most = -1;
+    if (before + 1 >= kJitterSeries)
+        series.most = std::max(0, *std::max_element(std::begin(series.samples), std::end(series.samples)));
 }
 
 BarcodeRecord CopyRecord() {
@@ -57,8 +57,8 @@ int32_t JitterTest() {
         const ColourView natBk{imageSet.NatBk, K274_NAT_HEIGHT, K274_NAT_WIDTH};
         const FringeLevels levels = MeasureFringes(natBk, *band);
         AddSample(JitterScore(levels, *band), device, read.pdfLength);
-        value = imageProcessor.jitterValue;
-        most = imageProcessor.jitterMax;
+        value = measures.jitter.value;
+        most = measures.jitter.most;
         DrawJitterChart(*band, levels, natBk);
         DrawJitterBoxes(*band, value, most, natBk);
         if (!IsJitterCard(read))
@@ -68,6 +68,6 @@ int32_t JitterTest() {
     return static_cast<int32_t>(static_cast<uint32_t>(most) << 16 | (static_cast<uint32_t>(value) & 0xFFFF));
 }
 
-void ResetJitterSeries() { imageProcessor.jitterCount = 0; }
+void ResetJitterSeries() { measures.jitter.count = 0; }
 
 } // namespace k274

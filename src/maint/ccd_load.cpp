@@ -3,6 +3,7 @@
 #include "src/capture/ccd_pix.h"
 #include "src/link/transport.h"
 #include "src/log/log.h"
+#include "src/state/capture_state.h"
 
 #include <algorithm>
 

@@ -1,5 +1,5 @@
 // The infrared pass, top to bottom.
-#include "src/capture/ccd_pix.h"
+#include "src/analysis/ir_profiles.h"
 #include "src/capture/ir_lines.h"
 #include "src/common/running.h"
 #include "src/common/text.h"
@@ -8,6 +8,7 @@
 #include "src/log/log.h"
 #include "src/maint/device_commands.h"
 #include "src/passes/line_transfer.h"
+#include "src/state/capture_state.h"
 #include "src/state/flags.h"
 #include "src/state/image_set.h"
 #include "src/state/line_buffers.h"
@@ -87,7 +88,7 @@ bool XfrIR() {
     session.irOk = pass.index >= kPassIndex;
     if (session.irOk) {
         CutImages();
-        imageProcessor.IrResp(RawInfrared(), CorrectedInfrared(), CcdRawResp, CcdCorResp);
+        IrResp(RawInfrared(), CorrectedInfrared(), CcdRawResp, CcdCorResp);
     }
     log.FlushDeferred();
     DebugLeds(kTransferLed, 0);

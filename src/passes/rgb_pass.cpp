@@ -1,5 +1,6 @@
 // The visible-light pass, top to bottom.
-#include "src/capture/ccd_pix.h"
+#include "src/analysis/rgb_profiles.h"
+#include "src/analysis/white_test.h"
 #include "src/common/running.h"
 #include "src/common/text.h"
 #include "src/link/transport.h"
@@ -7,6 +8,7 @@
 #include "src/maint/device_commands.h"
 #include "src/passes/line_transfer.h"
 #include "src/passes/white_card.h"
+#include "src/state/capture_state.h"
 #include "src/state/flags.h"
 #include "src/state/image_set.h"
 #include "src/state/line_buffers.h"
@@ -63,7 +65,7 @@ PassEnd FetchLines() {
 // white card has a correction of its own; one whose barcode is not read keeps the kind of the white card
 // before.
 void Correct(bool recognised) {
-    const int32_t kind = imageProcessor.cardCode;
+    const int32_t kind = measures.cardCode;
     const bool reversed = kind == kFactoryReversed || kind == kCalibrationReversed;
     if (settings.illumination[0] && !reversed)
         RgbIllumGain(RawColour(), ccdPix.fixRgb, CorrectedColour());
@@ -95,7 +97,7 @@ bool XfrRgb() {
     session.rgbLevels = RgbLevels(RawColour());
     log.Image(Format("%05d, RGB  xfr %d lines, %03d, %03d", scan, kRgbLinesPerPacket * pass.packets,
                      session.rgbLevels.front, session.rgbLevels.back));
-    const bool recognised = imageProcessor.WhiteTest(RawColour()) == 0 && RecogniseWhiteCard();
+    const bool recognised = WhiteTest(RawColour(), measures) && RecogniseWhiteCard();
     Correct(recognised);
     if (recognised)
         LogWhiteCard();
@@ -103,8 +105,8 @@ bool XfrRgb() {
     session.rgbOk = pass.index <= kPassIndex;
     if (session.rgbOk) {
         CutImages();
-        imageProcessor.RgbResp(RawColour(), CcdRawResp);
-        imageProcessor.RgbCorResp(CorrectedColour(), CcdCorResp);
+        RgbResp(RawColour(), CcdRawResp);
+        RgbCorResp(CorrectedColour(), CcdCorResp);
     }
     DebugLeds(kTransferLed, 0);
     return session.rgbOk;

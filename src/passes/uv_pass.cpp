@@ -1,5 +1,4 @@
 // The ultraviolet pass, top to bottom.
-#include "src/capture/ccd_pix.h"
 #include "src/capture/uv_lines.h"
 #include "src/common/running.h"
 #include "src/common/text.h"
@@ -8,6 +7,7 @@
 #include "src/maint/device_commands.h"
 #include "src/passes/line_transfer.h"
 #include "src/saved/saved_scan.h"
+#include "src/state/capture_state.h"
 #include "src/state/flags.h"
 #include "src/state/image_set.h"
 #include "src/state/line_buffers.h"

@@ -66,7 +66,7 @@ int32_t Number(const char *digits) {
 }
 
 const char *KindText() {
-    switch (imageProcessor.cardCode) {
+    switch (measures.cardCode) {
     case kFactory:
         return "Factory fwd";
     case kFactoryReversed:
@@ -88,7 +88,7 @@ void HandleFactoryCard() {
         std::lock_guard guard(recordLock);
         current = session.afe;
     }
-    FactoryCalibrate(current);
+    FactoryCalibrate(current, CcdRawResp, measures, calibration);
     if (calibration.calFlags != 0) {
         log.Image(Format("Factory AFE update 0x%X", static_cast<unsigned>(calibration.calFlags)));
         AfeRegisters proposed = calibration.newAfe;
@@ -101,20 +101,29 @@ void HandleFactoryCard() {
         SetScanState(K274_STATE_WHITE_WRITTEN);
         factoryCountdown = 0;
     } else {
-        const int32_t dust = imageProcessor.dustCount;
+        const int32_t dust = measures.dustCount;
         log.Image(dust >= kDustWarning ? Format("Factory VER Dust check = %d", dust)
                                        : Format("Factory VER OK"));
         SetScanState(K274_STATE_FACTORY_DONE);
     }
 }
 
+// Returns 1 flat, 0 not.
+int32_t JudgeFlatness() {
+    const int32_t faults = FlatnessCheck(measures);
+    calibration.flatOk = faults == 0 ? 1 : 0;
+    log.Image(faults == 0 ? Format("Calibration OK")
+                          : Format("Calibration not flat 0x%X", static_cast<unsigned>(faults)));
+    return calibration.flatOk;
+}
+
 void HandleMaintenanceCard() {
-    switch (imageProcessor.cardCode) {
+    switch (measures.cardCode) {
     case kFactory:
         HandleFactoryCard();
         break;
     case kCalibration:
-        Verify(imageProcessor.cardVariant);
+        Verify(measures.cardVariant);
         SetScanState(K274_STATE_CALIBRATION_FWD);
         break;
     case kCalibrationReversed:
@@ -137,32 +146,32 @@ bool RecogniseWhiteCard() {
         text = ReadBackwards();
     if (!text.qualifies)
         return false;
-    imageProcessor.forwardRead = forward ? 1 : 0;
-    imageProcessor.cardCode = static_cast<uint8_t>(text.chars[0]);
-    imageProcessor.cardClass = text.chars[1] - '0';
-    imageProcessor.cardVariant = static_cast<uint8_t>(text.chars[2]);
-    imageProcessor.cardNumber = Number(text.chars + 4);
+    measures.forwardRead = forward ? 1 : 0;
+    measures.cardCode = static_cast<uint8_t>(text.chars[0]);
+    measures.cardClass = text.chars[1] - '0';
+    measures.cardVariant = static_cast<uint8_t>(text.chars[2]);
+    measures.cardNumber = Number(text.chars + 4);
 
-    CmdPkt packet(command::kWhiteCardNumber, static_cast<uint8_t>(imageProcessor.cardNumber));
+    CmdPkt packet(command::kWhiteCardNumber, static_cast<uint8_t>(measures.cardNumber));
     transport.SendCmd(packet);
     return true;
 }
 
 void LogWhiteCard() {
     const char *kind = KindText();
-    log.Image(kind ? Format("WCC %s (%d)", kind, imageProcessor.cardNumber) : Format("WCC ???"));
+    log.Image(kind ? Format("WCC %s (%d)", kind, measures.cardNumber) : Format("WCC ???"));
 }
 
 int32_t Verify(int32_t variant) {
-    if (imageProcessor.forwardRead != 1)
-        return FlatnessCheck();
+    if (measures.forwardRead != 1)
+        return JudgeFlatness();
     if (variant == 'S')
         ShiftForS(CcdRawResp);
     return SaveWcc(CcdRawResp[0]);
 }
 
 void FactoryVerify() {
-    if (imageProcessor.cardClass == kMaintenanceClass)
+    if (measures.cardClass == kMaintenanceClass)
         HandleMaintenanceCard();
     if (factoryCountdown > 0)
         --factoryCountdown;

@@ -1,10 +1,10 @@
 #include "src/saved/saved_scan.h"
 
 #include "platform/os/os.h"
-#include "src/capture/ccd_pix.h"
 #include "src/common/text.h"
 #include "src/log/log.h"
 #include "src/state/barcode_state.h"
+#include "src/state/capture_state.h"
 #include "src/state/flags.h"
 #include "src/state/image_set.h"
 #include "src/state/locks.h"

@@ -1,6 +1,5 @@
 #include "src/scan/resend.h"
 
-#include "src/capture/ccd_pix.h"
 #include "src/decoders/barcode.h"
 #include "src/log/log.h"
 #include "src/maint/ccd_load.h"
@@ -10,6 +9,7 @@
 #include "src/passes/line_transfer.h"
 #include "src/saved/saved_scan.h"
 #include "src/scan/status.h"
+#include "src/state/capture_state.h"
 #include "src/state/flags.h"
 #include "src/state/locks.h"
 #include "src/state/measures.h"

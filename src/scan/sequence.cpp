@@ -2,7 +2,6 @@
 
 #include "src/analysis/calibration.h"
 #include "src/analysis/jitter.h"
-#include "src/capture/ccd_pix.h"
 #include "src/carddata/magstripe.h"
 #include "src/common/running.h"
 #include "src/common/text.h"
@@ -20,6 +19,7 @@
 #include "src/saved/saved_scan.h"
 #include "src/scan/status.h"
 #include "src/scan/wait.h"
+#include "src/state/capture_state.h"
 #include "src/state/flags.h"
 #include "src/state/line_buffers.h"
 #include "src/state/locks.h"
@@ -114,7 +114,7 @@ bool TransferRgb() {
         DeviceGuard guard(deviceLock);
         transferred = XfrRgb();
         AfeRegisters current; // the session keeps them for the calibration
-        if (imageProcessor.cardClass == kMaintenanceClass)
+        if (measures.cardClass == kMaintenanceClass)
             ReadAfeRegisters(current);
     }
     if (!transferred)
@@ -129,7 +129,7 @@ void Measure() {
     ShowCardWidth(static_cast<uint32_t>(session.measure.width));
     PublishMeasure();
     SetScanState(K274_STATE_CARD_MEASURED);
-    if (imageProcessor.cardClass >= 0)
+    if (measures.cardClass >= 0)
         SetScanState(K274_STATE_WHITE_CARD);
 }
 
@@ -138,10 +138,10 @@ void FinishRgbOnly() {
     WaitForStatus(kStatusEnd, true);
     ++state.scanCounter;
     SetScanState(K274_STATE_COMPLETE);
-    if (imageProcessor.cardClass == kMaintenanceClass) {
-        Verify(imageProcessor.cardVariant);
+    if (measures.cardClass == kMaintenanceClass) {
+        Verify(measures.cardVariant);
         AnalyseScan();
-        SetScanState(imageProcessor.forwardRead ? K274_STATE_CALIBRATION_FWD : K274_STATE_CALIBRATION_REV);
+        SetScanState(measures.forwardRead ? K274_STATE_CALIBRATION_FWD : K274_STATE_CALIBRATION_REV);
     }
     if (RgbLengthCheck(RawColour()).mismatch)
         SetScanState(K274_STATE_LENGTH_MISMATCH);

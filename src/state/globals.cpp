@@ -1,12 +1,11 @@
 // Every global object of the library, in the order in which they are built at load. None has anything to
 // release at unload, so that a thread which outlives the unloading host finds them whole.
-#include "src/capture/ccd_pix.h"
-#include "src/capture/merge.h"
 #include "src/common/running.h"
 #include "src/link/attach.h"
 #include "src/link/transport.h"
 #include "src/log/log.h"
 #include "src/state/barcode_state.h"
+#include "src/state/capture_state.h"
 #include "src/state/flags.h"
 #include "src/state/image_set.h"
 #include "src/state/line_buffers.h"
@@ -42,7 +41,7 @@ Calibration calibration;
 
 // Objects that are built, in this order.
 CcdPix ccdPix;
-ImageProcessor imageProcessor;
+ScanMeasures measures;
 DeviceSession session;
 Transport transport;
 Log log;

@@ -1,116 +1,11 @@
-// What is measured on a scan's images after each transfer: the white-card test and the response profiles.
-// The transfers call it on the scanning thread; the card's identity lives here from scan to scan.
+// The library's own measures, from scan to scan.
 #pragma once
 
-#include "src/common/geometry.h"
-#include "src/common/view.h"
-#include "src/state/afe_registers.h"
-
-#include <atomic>
-#include <cstdint>
+#include "src/state/scan_measures.h"
 
 namespace k274 {
 
-/// One row of bytes a colour or light, one entry a sensor position.
-using ResponseTable = uint8_t[kResponseTables][kSensorRows];
-
-/// Brightness of a white card along its travel: blue, green, red, infrared, ultraviolet blue and green.
-/// Points 0 to 498 are the front's, 500 to 998 the back's; point 0 ends as the plane's unevenness.
-constexpr int kFtPlanes = 6, kFtPoints = 1000;
-using FtProfile = uint8_t[kFtPlanes][kFtPoints];
-
-/// The raw images of one scan.
-struct ScanImages {
-    ConstColourView rgbr;
-    ConstGreyView irr;
-    ConstColourView uvr;
-};
-
-/// What a white card is for, and which way round it was put in.
-enum CardCode : char {
-    kFactory = 'F',
-    kFactoryReversed = 'f',
-    kCalibration = 'C',
-    kCalibrationReversed = 'V'
-};
-constexpr int32_t kMaintenanceClass = 1; ///< of the cards that calibrate or verify
-
-struct ImageProcessor {
-    int32_t cardCode = 0;    ///< a CardCode as the white card's barcode says; 0 after another card
-    int32_t cardClass = -1;  ///< -1 no white card, 0 a white card, else the class digit of its barcode
-    int32_t cardVariant = 0; ///< third character of the barcode
-    int32_t forwardRead = 0; ///< 1 when the barcode was read in the forward region
-    int32_t whiteSamples[2] = {}, whiteDark[2] = {}, whiteMean[2] = {}; ///< front, back
-    int32_t cardNumber = 100; ///< of the last white card, UV gain in percent
-
-    /// Tells a white card by brightness. Returns 0 for one, else -1; sets the card's class and clears what
-    /// an earlier card left.
-    int32_t WhiteTest(ConstColourView rgbr);
-
-    /// Rows 0 to 2 (blue, green, red) of the raw response: smoothed means over the card.
-    void RgbResp(ConstColourView rgbr, ResponseTable &raw);
-
-    /// Rows 0 to 2 (red, green, blue) of the corrected response.
-    void RgbCorResp(ConstColourView rgbc, ResponseTable &corrected);
-
-    /// Row 3 of both responses.
-    void IrResp(ConstGreyView irr, ConstGreyView irc, ResponseTable &raw, ResponseTable &corrected);
-
-    /// Counts the sensor rows that show dust beside the card. Returns the largest count.
-    int32_t DustCheck(ConstColourView rgbr, ConstGreyView irr);
-
-    /// Rows 4 to 6 (red, green, blue) of both responses, times the gain of the last white card's number.
-    void UvResp(ConstColourView uvr, ConstColourView uvc, ResponseTable &raw, ResponseTable &corrected);
-
-    /// What follows a whole scan: levels, quality and, for a white card, the FT profile; their summary goes
-    /// into the ends of both tables.
-    void ScanAnalysis(const ScanImages &images, ResponseTable &raw, ResponseTable &corrected);
-
-    // Its steps; calibration runs the first two by themselves.
-    void BuildHistograms(const ResponseTable &raw);
-    void ResponseLevels();
-    void QualityMeans(const ResponseTable &raw, ResponseTable &corrected);
-    /// Returns -1 and does nothing after an ordinary card.
-    int32_t ProfileAnalysis(const ScanImages &images, ResponseTable &raw);
-
-    int32_t dustPerChannel[4] = {}; ///< blue, green, red, infrared; 0 to 255
-    int32_t dustCount = 0;          ///< the largest of them
-
-    uint32_t histograms[2][kResponseTables][256] = {}; ///< of the raw response by side
-    int32_t respHigh[2][kResponseTables] = {}, respLow[2][kResponseTables] = {};
-    int32_t visibleMax[2] = {}; ///< larger high level of green and red, front and back
-
-    int32_t correctedMeans[6] = {}; ///< blue, green, red, infrared, ultraviolet blue and green
-    int32_t gradeSums[5] = {};      ///< rows 0, 1, 2, infrared, ultraviolet; 0 to 255
-
-    // Of the last white card.
-    FtProfile ftProfile = {};
-    int32_t windowMeans[kFtPlanes][6] = {}; ///< three on the front, three on the back
-    int32_t stepMaxima[kFtPlanes][2] = {};  ///< front, back
-    int32_t ratios[kFtPlanes][3] = {};      ///< front, back, the larger
-    int32_t profileScore = 0, streakScore = 0;
-
-    // The jitter test and its series of scores, under imageLock. Decoder threads restart the count.
-    static constexpr int kJitterSeries = 5;
-    int32_t jitterValue = 0, jitterMax = 0; ///< the largest of the series, -1 while it is incomplete
-    std::atomic<int32_t> jitterCount{0};
-    int32_t jitterSamples[kJitterSeries] = {}; ///< a ring
-    int32_t jitterDevice = 0;                  ///< serial number of the scanner that the series belongs to
-
-    /// Scratch of the profiles, one row a table row.
-    int32_t responseSums[kResponseTables][kSensorRows] = {};
-};
-extern ImageProcessor imageProcessor;
-
-/// What the last calibrations and checks found.
-struct Calibration {
-    float gains[5] = {};   ///< of the response's rows 0, 1 and 2, infrared, ultraviolet
-    AfeRegisters newAfe{}; ///< that bring the response to its aim
-    int32_t calFlags = 0;  ///< why newAfe is to be written; 0 when the scanner's block is good enough
-    int32_t calCheckFlags =
-        0;              ///< why the response is to be stored; 0 when the stored one still corrects well
-    int32_t flatOk = 0; ///< 1 when the last flatness check passed
-};
+extern ScanMeasures measures;
 extern Calibration calibration;
 
 /// Responses of the last scan's raw and corrected images; hosts read them by address.

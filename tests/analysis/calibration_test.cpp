@@ -1,8 +1,9 @@
 // Calibration from responses of known levels, and what is sent or logged after a maintenance card.
-#include "src/passes/white_card.h"
 #include "src/analysis/calibration.h"
+#include "src/passes/white_card.h"
 
 #include "src/common/text.h"
+#include "src/state/measures.h"
 #include "tests/support/library_fixture.h"
 
 #include <gmock/gmock.h>
@@ -44,7 +45,7 @@ struct CalibrationTest : LibraryTest {
     void SetUp() override {
         LibraryTest::SetUp();
         calibration = {};
-        imageProcessor.forwardRead = 1;
+        measures.forwardRead = 1;
     }
 };
 
@@ -77,7 +78,7 @@ TEST_F(CalibrationTest, NewBlockAndReasons) {
     };
     for (const auto &c : cases) {
         SetResponse(c.front, c.back);
-        AfeCalibrate(Changed(c.current));
+        AfeCalibrate(Changed(c.current), CcdRawResp, measures, calibration);
         EXPECT_THAT(calibration.newAfe.words, testing::ElementsAreArray(Changed(c.expected).words));
         EXPECT_EQ(calibration.calFlags, c.flags) << c.current << " to " << c.expected;
     }
@@ -99,12 +100,12 @@ TEST_F(CalibrationTest, MeansAndGrades) {
                                  {220, 220, 220, 220, 220, 0, 9, 0, 0, 0, 0, 0x10},
                                  {220, 236, 220, 220, 220, 0, 0, 0, 0, 0, 0, 1}};
     for (const auto &c : cases) {
-        std::copy(c, c + 5, imageProcessor.correctedMeans);
-        std::copy(c + 5, c + 10, imageProcessor.gradeSums);
-        imageProcessor.forwardRead = 1;
-        FactoryCalibrate(kSettled);
+        std::copy(c, c + 5, measures.correctedMeans);
+        std::copy(c + 5, c + 10, measures.gradeSums);
+        measures.forwardRead = 1;
+        FactoryCalibrate(kSettled, CcdRawResp, measures, calibration);
         EXPECT_EQ(calibration.calCheckFlags, c[10]) << c[0] << ' ' << c[1] << ' ' << c[2];
-        imageProcessor.forwardRead = 0;
+        measures.forwardRead = 0;
         TakeLog();
         EXPECT_EQ(Verify('S'), c[11] == 0);
         EXPECT_EQ(calibration.flatOk, c[11] == 0);
@@ -116,7 +117,7 @@ TEST_F(CalibrationTest, MeansAndGrades) {
                     : Format("image,   Calibration not flat 0x%X", static_cast<unsigned>(c[11])).chars));
     }
     calibration.calFlags = calibration.calCheckFlags = 7;
-    FactoryCalibrate(kSettled);
+    FactoryCalibrate(kSettled, CcdRawResp, measures, calibration);
     EXPECT_EQ(calibration.calFlags + calibration.calCheckFlags, 14) << "not of a card read backward";
     EXPECT_EQ(scripted::CountSent(0x13), 0);
 }

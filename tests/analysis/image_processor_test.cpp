@@ -1,5 +1,9 @@
 // White-card test, response profiles of the three passes, and dust.
-#include "src/state/measures.h"
+#include "src/analysis/dust.h"
+#include "src/analysis/ir_profiles.h"
+#include "src/analysis/rgb_profiles.h"
+#include "src/analysis/uv_profiles.h"
+#include "src/analysis/white_test.h"
 
 #include "bench/literal/ir_uv.h"
 #include "bench/literal/rgb.h"
@@ -22,8 +26,7 @@ protected:
         EXPECT_EQ(std::memcmp(corrected_, literalCorrected_, sizeof corrected_), 0);
     }
 
-    std::unique_ptr<ImageProcessor> owned_ = std::make_unique<ImageProcessor>();
-    ImageProcessor &processor_ = *owned_;
+    ScanMeasures measures_;
     std::unique_ptr<ResponseTable[]> tables_ = std::make_unique<ResponseTable[]>(4);
     ResponseTable &raw_ = tables_[0], &corrected_ = tables_[1], &literalRaw_ = tables_[2],
                   &literalCorrected_ = tables_[3];
@@ -48,19 +51,19 @@ TEST_F(ImageProcessorTest, WhiteCardByDarkSamplesAndMeans) {
             image.At(150 + 8 * (i / 100), 650 + 10 * (i % 100))[frontChannel] = 63;
         for (int i = 0; i < backDark; i++)
             image.At(1500 + 8 * (i / 100), 650 + 10 * (i % 100))[backChannel] = 63;
-        processor_.cardClass = 7;
-        processor_.cardCode = 'C';
-        processor_.cardVariant = 'S';
-        EXPECT_EQ(processor_.WhiteTest(image.View()), white ? 0 : -1);
-        EXPECT_EQ(processor_.cardClass, white ? 0 : -1);
-        EXPECT_EQ(processor_.cardCode, white ? 'C' : 0) << "only an ordinary card clears it";
-        EXPECT_EQ(processor_.cardVariant, 0);
+        measures_.cardClass = 7;
+        measures_.cardCode = 'C';
+        measures_.cardVariant = 'S';
+        EXPECT_EQ(WhiteTest(image.View(), measures_), white);
+        EXPECT_EQ(measures_.cardClass, white ? 0 : -1);
+        EXPECT_EQ(measures_.cardCode, white ? 'C' : 0) << "only an ordinary card clears it";
+        EXPECT_EQ(measures_.cardVariant, 0);
         const reference::WhiteCounts expected = reference::WhiteTest(image.View());
         EXPECT_EQ(expected.white, white);
         for (int side = 0; side < 2; side++) {
-            EXPECT_EQ(processor_.whiteSamples[side], expected.samples[side]);
-            EXPECT_EQ(processor_.whiteDark[side], expected.dark[side]);
-            EXPECT_EQ(processor_.whiteMean[side], expected.mean[side]);
+            EXPECT_EQ(measures_.whiteSamples[side], expected.samples[side]);
+            EXPECT_EQ(measures_.whiteDark[side], expected.dark[side]);
+            EXPECT_EQ(measures_.whiteMean[side], expected.mean[side]);
         }
     }
 }
@@ -72,9 +75,9 @@ TEST_F(ImageProcessorTest, VisibleProfilesEqualTheLiteralLoops) {
         for (const int row : {100, 200})
             for (int column = 0; column < 400; column++)
                 *image.At(row, column) = column >= edge || (row == 100 && column % 3 == 0) ? 25 : 24;
-        processor_.RgbResp(image.View(), raw_);
+        RgbResp(image.View(), raw_);
         reference::RgbResp(image.View(), literalRaw_);
-        processor_.RgbCorResp(image.View(), corrected_);
+        RgbCorResp(image.View(), corrected_);
         reference::RgbCorResp(image.View(), literalCorrected_);
         ExpectLiteral();
     }
@@ -82,7 +85,7 @@ TEST_F(ImageProcessorTest, VisibleProfilesEqualTheLiteralLoops) {
 
 TEST_F(ImageProcessorTest, InfraredAndUltravioletProfilesEqualTheLiteralLoops) {
     GreyImage irr = GreyImage().Randomize(12), irc = GreyImage().Randomize(13);
-    processor_.IrResp(irr.View(), irc.View(), raw_, corrected_);
+    IrResp(irr.View(), irc.View(), raw_, corrected_);
     reference::IrResp(irr.View(), irc.View(), literalRaw_, literalCorrected_);
     ExpectLiteral();
     EXPECT_EQ(raw_[3][0], 99) << "the ends stay";
@@ -98,9 +101,9 @@ TEST_F(ImageProcessorTest, InfraredAndUltravioletProfilesEqualTheLiteralLoops) {
         for (int line = 0; line < 250; line++)
             for (const int pixel : {100, 200}) // before the edge never both
                 *uvr.At(line, pixel) = line >= edge || line % 3 == pixel / 100 ? 16 : 15;
-        processor_.cardClass = cardClass;
-        processor_.cardNumber = cardNumber;
-        processor_.UvResp(uvr.View(), uvc.View(), raw_, corrected_);
+        measures_.cardClass = cardClass;
+        measures_.cardNumber = cardNumber;
+        UvResp(uvr.View(), uvc.View(), measures_, raw_, corrected_);
         reference::UvResp(uvr.View(), uvc.View(), gain, literalRaw_, literalCorrected_);
         ExpectLiteral();
     }
@@ -110,7 +113,8 @@ TEST_F(ImageProcessorTest, InfraredAndUltravioletProfilesEqualTheLiteralLoops) {
 TEST_F(ImageProcessorTest, DustIsDimNotBlack) {
     ColourImage rgbr(24);
     GreyImage irr(2);
-    EXPECT_EQ(processor_.DustCheck(rgbr.View(), irr.View()), 0);
+    DustCheck(rgbr.View(), irr.View(), measures_);
+    EXPECT_EQ(measures_.dustCount, 0);
     // Fifty samples of 3 exceed the sum, of which 33 do not.
     for (const int row : {79, 80, 1124, 1125, 1399, 1400, 2499, 2500})
         for (int column = 50; column < 100; column++)
@@ -119,11 +123,13 @@ TEST_F(ImageProcessorTest, DustIsDimNotBlack) {
         rgbr.At(90, column)[2] = column < 83 ? 3 : 2;
         *irr.At(90, column) = column == 50 || column == 99 ? 23 : column < 70 ? 3 : 24;
     }
-    EXPECT_EQ(processor_.DustCheck(rgbr.View(), irr.View()), 4);
+    DustCheck(rgbr.View(), irr.View(), measures_);
+    EXPECT_EQ(measures_.dustCount, 4);
     const int32_t expected[4] = {0, 4, 0, 1};
-    EXPECT_TRUE(std::equal(expected, expected + 4, processor_.dustPerChannel));
+    EXPECT_TRUE(std::equal(expected, expected + 4, measures_.dustPerChannel));
     rgbr.Fill(0, kSensorRows - 1, 50, 99, 23);
-    EXPECT_EQ(processor_.DustCheck(rgbr.View(), irr.View()), 255) << "no more than a byte holds";
+    DustCheck(rgbr.View(), irr.View(), measures_);
+    EXPECT_EQ(measures_.dustCount, 255) << "no more than a byte holds";
 }
 
 } // namespace

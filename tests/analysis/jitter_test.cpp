@@ -314,19 +314,19 @@ TEST_F(JitterSeriesTest, DecodersEndIt) {
         {"second reads another", none, five, 0},
         {"none reads", none, none, 0},
     };
-    imageProcessor.cardClass = -1;
+    measures.cardClass = -1;
     for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
         ClearBarcode();
         SetDecodeMode(1);
-        imageProcessor.jitterCount = 3;
+        measures.jitter.count = 3;
         bool isFirst = true;
         scripted::TheDecoder().onDecode = [&](const scripted::DecodeRequest &) {
             return std::exchange(isFirst, false) ? c.first : c.second;
         };
         StartBarcodeDecode();
         AwaitThreadsEnd();
-        EXPECT_EQ(imageProcessor.jitterCount, c.count);
+        EXPECT_EQ(measures.jitter.count, c.count);
     }
 }
 

@@ -1,4 +1,7 @@
 // Statistics, quality and summary of a whole scan, on response tables given directly.
+#include "src/analysis/scan_analysis.h"
+
+#include "src/analysis/ft_profile.h"
 #include "src/analysis/quality.h"
 #include "tests/support/images.h"
 
@@ -13,15 +16,14 @@ namespace {
 
 class ScanAnalysisTest : public testing::Test {
 protected:
-    std::unique_ptr<ImageProcessor> owned_ = std::make_unique<ImageProcessor>();
-    ImageProcessor &processor_ = *owned_;
+    ScanMeasures measures_;
     std::unique_ptr<ResponseTable[]> tables_ = std::make_unique<ResponseTable[]>(2);
     ResponseTable &raw_ = tables_[0], &corrected_ = tables_[1];
     ColourImage rgbr_{200}, uvr_ = UvImage(100);
     GreyImage irr_{150};
 
     void SetUp() override { std::memset(tables_.get(), 200, 2 * sizeof(ResponseTable)); }
-    void Analyse() { processor_.ScanAnalysis({rgbr_.View(), irr_.View(), uvr_.View()}, raw_, corrected_); }
+    void Analyse() { ScanAnalysis({rgbr_.View(), irr_.View(), uvr_.View()}, measures_, raw_, corrected_); }
     static void Set(uint8_t *entries, int first, int count, uint8_t value) {
         std::memset(entries + first, value, static_cast<size_t>(count));
     }
@@ -35,21 +37,21 @@ TEST_F(ScanAnalysisTest, LevelsLeaveOutTwentyFourEntriesAtEitherEnd) {
     Set(raw_[6], 525, 25, 20);
     Set(raw_[6], 550, 230, 30);
     Set(raw_[5], 780, 520, 0);
-    processor_.cardVariant = 'S';
-    processor_.cardCode = 'F';
-    processor_.forwardRead = 1;
-    processor_.profileScore = 7;
+    measures_.cardVariant = 'S';
+    measures_.cardCode = 'F';
+    measures_.forwardRead = 1;
+    measures_.profileScore = 7;
     Analyse();
     const int32_t high[2][7] = {{200, 251, 200, 200, 200, 200, 200}, {200, 200, 200, 200, 200, 0, 200}};
     const int32_t low[2][7] = {{200, 200, 200, 200, 200, 200, 20}, {200, 200, 200, 10, 200, 0, 200}};
-    EXPECT_EQ(std::memcmp(processor_.respHigh, high, sizeof high), 0);
-    EXPECT_EQ(std::memcmp(processor_.respLow, low, sizeof low), 0);
+    EXPECT_EQ(std::memcmp(measures_.respHigh, high, sizeof high), 0);
+    EXPECT_EQ(std::memcmp(measures_.respLow, low, sizeof low), 0);
     const uint8_t summary[] = {200, 200, 251, 200, 200, 200, 200, 200, 200, 200}, rest[] = {200, 10, 20},
                   card[] = {255, 'S', 'F', 1, 15};
     EXPECT_EQ(std::memcmp(raw_[6] + 2670, summary, sizeof summary), 0);
     EXPECT_EQ(std::memcmp(raw_[6] + 2690, rest, sizeof rest), 0);
     EXPECT_EQ(std::memcmp(raw_[6] + 2695, card, sizeof card), 0);
-    EXPECT_EQ(processor_.profileScore, 7) << "of the last white card";
+    EXPECT_EQ(measures_.profileScore, 7) << "of the last white card";
 }
 
 TEST_F(ScanAnalysisTest, MeansAndGrades) {
@@ -70,7 +72,7 @@ TEST_F(ScanAnalysisTest, MeansAndGrades) {
         last[0] = 0;
         first[-1] = last[1] = 0; // not judged
         Analyse();
-        EXPECT_EQ(processor_.gradeSums[sum], 2 + 1 + 1 + fullGrade + 2);
+        EXPECT_EQ(measures_.gradeSums[sum], 2 + 1 + 1 + fullGrade + 2);
         EXPECT_EQ(corrected_[6][2680 + sum], 2 + 1 + 1 + fullGrade + 2);
     }
     SetUp();
@@ -83,8 +85,8 @@ TEST_F(ScanAnalysisTest, MeansAndGrades) {
     raw_[6][301] = 168;
     Analyse();
     const int32_t means[6] = {10, 150, 200, 200, 192, 200}, grades[5] = {0, 255, 255, 0, 5};
-    EXPECT_EQ(std::memcmp(processor_.correctedMeans, means, sizeof means), 0);
-    EXPECT_EQ(std::memcmp(processor_.gradeSums, grades, sizeof grades), 0) << "no more than a byte holds";
+    EXPECT_EQ(std::memcmp(measures_.correctedMeans, means, sizeof means), 0);
+    EXPECT_EQ(std::memcmp(measures_.gradeSums, grades, sizeof grades), 0) << "no more than a byte holds";
     EXPECT_EQ(corrected_[6][2674], 192);
 }
 
@@ -113,7 +115,7 @@ TEST_F(ScanAnalysisTest, Dips) {
 }
 
 TEST_F(ScanAnalysisTest, FtProfileTakesItsColumnsAndLines) {
-    processor_.cardClass = 0;
+    measures_.cardClass = 0;
     for (int column = 0; column < kRgbColumns; column++) {
         rgbr_.Fill(50, 149, column, column, static_cast<uint8_t>(column));
         rgbr_.Fill(1450, 1549, column, column, static_cast<uint8_t>(column / 20));
@@ -128,33 +130,33 @@ TEST_F(ScanAnalysisTest, FtProfileTakesItsColumnsAndLines) {
         uvr_.Fill(line, line, 825, 874, 0);
         uvr_.Fill(line, line, 1200, 1249, static_cast<uint8_t>(line / 6));
     }
-    EXPECT_EQ(processor_.ProfileAnalysis({rgbr_.View(), irr_.View(), uvr_.View()}, raw_), 0);
-    const FtProfile &profile = processor_.ftProfile;
+    ProfileAnalysis({rgbr_.View(), irr_.View(), uvr_.View()}, measures_, raw_);
+    const FtProfile &profile = measures_.ftProfile;
     // Columns 4 x (40 + point) in front, behind 4 x (point - 465) and the like: what the fills above hold
     // there.
     const int points[][3] = {{0, 1, 164},  {2, 498, 104}, {1, 500, 7}, {1, 998, 106},
                              {3, 100, 41}, {3, 998, 169}, {4, 1, 162}, {5, 498, 54},
                              {4, 998, 94}, {0, 499, 0},   {5, 999, 0}};
-    EXPECT_EQ(profile[0][0], static_cast<uint8_t>(processor_.ratios[0][2]));
+    EXPECT_EQ(profile[0][0], static_cast<uint8_t>(measures_.ratios[0][2]));
     for (const auto &[plane, point, value] : points)
         EXPECT_EQ(profile[plane][point], value) << plane << ' ' << point;
 }
 
 TEST_F(ScanAnalysisTest, UnevennessOfAWhiteCard) {
-    processor_.cardClass = 0;
+    measures_.cardClass = 0;
     // A step of 20 in blue between the front's first windows: points 130 to 149 are columns 680 to 759.
     rgbr_.Fill(0, 149, 600, 800, 180);
     // Infrared, back: a step of 10 for points 850 to 869.
     irr_.Fill(1400, 2399, 1500, 1799, 140);
     Analyse();
-    EXPECT_EQ(processor_.windowMeans[0][0], 180);
-    EXPECT_EQ(processor_.stepMaxima[0][0], 20);
-    EXPECT_EQ(processor_.ratios[0][2], 7) << "20 / 201 x 80";
-    EXPECT_EQ(processor_.stepMaxima[3][1], 10);
-    EXPECT_EQ(processor_.ratios[3][1], 5) << "10 / 151 x 80";
-    EXPECT_EQ(processor_.ratios[3][2], 5);
-    EXPECT_EQ(processor_.profileScore, (7 - 5) * 19 / 10);
-    EXPECT_EQ(processor_.streakScore, 0);
+    EXPECT_EQ(measures_.windowMeans[0][0], 180);
+    EXPECT_EQ(measures_.stepMaxima[0][0], 20);
+    EXPECT_EQ(measures_.ratios[0][2], 7) << "20 / 201 x 80";
+    EXPECT_EQ(measures_.stepMaxima[3][1], 10);
+    EXPECT_EQ(measures_.ratios[3][1], 5) << "10 / 151 x 80";
+    EXPECT_EQ(measures_.ratios[3][2], 5);
+    EXPECT_EQ(measures_.profileScore, (7 - 5) * 19 / 10);
+    EXPECT_EQ(measures_.streakScore, 0);
     EXPECT_EQ(raw_[6][2680], 3);
 
     // Streaks of one front point each, columns 4 x (point + 40): a roughness of 20 in four neighbours.
@@ -162,12 +164,12 @@ TEST_F(ScanAnalysisTest, UnevennessOfAWhiteCard) {
         rgbr_.Fill(50, 149, 4 * (304 + i + 40), 4 * (304 + i + 40), 190);
     Analyse();
     // Each streak counts 20 - 4 at three points and 10 - 4 at two: 60. Five make 300, less 2 after a tenth.
-    EXPECT_EQ(processor_.streakScore, 28);
+    EXPECT_EQ(measures_.streakScore, 28);
     for (int i = 0; i < 60; i += 2)
         rgbr_.Fill(50, 149, 4 * (300 + i + 40), 4 * (300 + i + 40), 150);
     Analyse();
-    EXPECT_EQ(processor_.streakScore, 50);
-    EXPECT_EQ(processor_.profileScore, 7) << "the streaks darken the third window to 175: 25 / 201 x 80 = 9";
+    EXPECT_EQ(measures_.streakScore, 50);
+    EXPECT_EQ(measures_.profileScore, 7) << "the streaks darken the third window to 175: 25 / 201 x 80 = 9";
     EXPECT_EQ(raw_[6][2680], 57);
 }
 

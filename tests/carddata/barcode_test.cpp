@@ -34,7 +34,7 @@ struct BarcodeTest : LibraryTest {
         K274_SetLogPath(folder.c_str());
         std::memset(k274::RGBc, 50, sizeof k274::RGBc);
         std::memset(k274::IRc, 77, sizeof k274::IRc);
-        k274::imageProcessor.cardClass = -1;
+        k274::measures.cardClass = -1;
         k274::SdVersion();
         TakeLog();
         test_clock::Hold(kWatchdogMs);
@@ -166,7 +166,7 @@ TEST_F(BarcodeTest, ModesChooseTheDecoders) {
         TakeLog();
         k274::ClearBarcode();
         K274_SetBcDecMode(c.mode);
-        k274::imageProcessor.whiteDark[1] = c.backDark;
+        k274::measures.whiteDark[1] = c.backDark;
         k274::state.irProgress = c.irProgress;
         test_clock::Hold(kWatchdogMs);
         std::vector<int> decoded;
@@ -308,7 +308,7 @@ TEST_F(BarcodeTest, ManyAbandonedDecodersLeaveTheLibraryGoing) {
 
 TEST_F(BarcodeTest, WhiteCardsAreNotDecoded) {
     TheDecoder().onDecode = [](const DecodeRequest &) -> Symbol { throw std::logic_error("decoded"); };
-    k274::imageProcessor.cardClass = 0;
+    k274::measures.cardClass = 0;
     k274::StartBarcodeDecode();
     EXPECT_EQ(TakeLog().back(), "white,   00001, WC   [no BC]");
     EXPECT_THAT(States(), IsEmpty());

@@ -1,8 +1,8 @@
 #include "src/scan/sequence.h"
 
 #include "include/k274.h"
-#include "src/capture/ccd_pix.h"
 #include "src/common/bytes.h"
+#include "src/state/capture_state.h"
 #include "src/state/flags.h"
 #include "src/state/monitor_record.h"
 #include "tests/support/library_fixture.h"

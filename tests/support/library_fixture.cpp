@@ -3,12 +3,12 @@
 #include "include/k274.h"
 #include "platform/os/os.h"
 #include "src/analysis/calibration.h"
-#include "src/capture/ccd_pix.h"
 #include "src/common/running.h"
 #include "src/decoders/barcode.h"
 #include "src/link/attach.h"
 #include "src/link/transport.h"
 #include "src/log/log.h"
+#include "src/state/capture_state.h"
 #include "src/state/flags.h"
 #include "src/state/image_set.h"
 #include "src/state/measures.h"
@@ -48,7 +48,7 @@ void RenewLibrary() {
     Renew(k274::deviceLink);
     k274::monitor = k274::Monitor{};
     Renew(k274::ccdPix);
-    Renew(k274::imageProcessor);
+    Renew(k274::measures);
     Renew(k274::calibration);
     Renew(k274::session);
     Renew(k274::transport);
