@@ -9,6 +9,7 @@
 #include "src/maint/rig.h"
 #include "src/saved/saved_scan.h"
 #include "src/scan/monitor.h"
+#include "src/state/life_cycle.h"
 #include "src/state/line_buffers.h"
 #include "src/state/settings.h"
 
@@ -17,12 +18,6 @@
 namespace k274 {
 
 namespace {
-
-enum class Life { Closed, Opening, Open, Closing };
-
-std::mutex lifeLock; // guards the two values below, for a moment each time
-Life life = Life::Closed;
-bool closeRequested = false; // K274_Close came while the library was opening
 
 void CloseSession() {
     DebugLeds(kStateLed, 0);
@@ -34,10 +29,10 @@ void CloseSession() {
 }
 
 bool Move(Life from, Life to) {
-    std::lock_guard guard(lifeLock);
-    if (life != from)
+    std::lock_guard guard(lifeCycle.lock);
+    if (lifeCycle.life != from)
         return false;
-    life = to;
+    lifeCycle.life = to;
     return true;
 }
 
@@ -81,10 +76,10 @@ int32_t StartLibrary() {
     const int32_t result = OpenSession();
     bool close;
     {
-        std::lock_guard guard(lifeLock);
-        close = closeRequested;
-        closeRequested = false;
-        life = Life::Open;
+        std::lock_guard guard(lifeCycle.lock);
+        close = lifeCycle.closeRequested;
+        lifeCycle.closeRequested = false;
+        lifeCycle.life = Life::Open;
     }
     if (close)
         StopLibrary();
@@ -93,12 +88,12 @@ int32_t StartLibrary() {
 
 void StopLibrary() {
     {
-        std::lock_guard guard(lifeLock);
-        if (life == Life::Opening)
-            closeRequested = true;
-        if (life != Life::Open)
+        std::lock_guard guard(lifeCycle.lock);
+        if (lifeCycle.life == Life::Opening)
+            lifeCycle.closeRequested = true;
+        if (lifeCycle.life != Life::Open)
             return;
-        life = Life::Closing;
+        lifeCycle.life = Life::Closing;
     }
     StopMonitor();
     DrawBarcodeTicket(); // decoders that are still at work are abandoned

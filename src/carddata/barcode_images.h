@@ -2,6 +2,7 @@
 #pragma once
 
 #include "src/common/view.h"
+#include "src/state/white_card_record.h"
 
 namespace k274 {
 
@@ -12,7 +13,6 @@ void BuildRedImage(ConstColourView corrected, GreyView red0);
 void BuildIrBarcodeImage(ConstGreyView corrected, GreyView red1);
 
 /// Where a white card carries its barcode, as it was read forward or backward; contrast stretched.
-constexpr int kWhiteCardLines = 280, kWhiteCardPixels = 632;
 void BuildForwardRegion(ConstColourView raw, GreyView region);
 void BuildBackwardRegion(ConstColourView raw, GreyView region);
 

@@ -14,24 +14,15 @@ namespace k274 {
 
 namespace {
 
-constexpr int kDecodedLines = 2540; // of the images' 2700
 constexpr int32_t kMostPdf = 2000, kMostLinear = 90;
 constexpr uint16_t kCode128 = 4, kCode39 = 5, kPdf417 = 12;
 constexpr uint16_t kBackLine = 1350; // lines beyond this one show the back
 constexpr int32_t kWhiteCardLength = 7;
 
-// Images of running decodes. An abandoned decoder keeps its own until it has ended; while all are taken,
-// decodes find nothing.
-struct ImageSlot {
-    std::atomic<bool> taken{false};
-    uint8_t pixels[kDecodedLines * kRgbColumns];
-};
-ImageSlot imageSlots[4];
-
 class TakenImage {
 public:
     TakenImage() {
-        for (ImageSlot &slot : imageSlots) {
+        for (DecoderImage &slot : barcode.images) {
             if (!slot.taken.exchange(true)) {
                 slot_ = &slot;
                 return;
@@ -54,7 +45,7 @@ public:
     }
 
 private:
-    ImageSlot *slot_ = nullptr;
+    DecoderImage *slot_ = nullptr;
 };
 
 int32_t DecoderNumber(BarcodeSource source) {

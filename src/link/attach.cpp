@@ -3,9 +3,9 @@
 #include "platform/os/os.h"
 #include "platform/windriver/wdapi.h"
 #include "src/common/text.h"
+#include "src/link/driver_record.h"
 #include "src/log/log.h"
 
-#include <mutex>
 #include <new>
 
 namespace k274 {
@@ -18,29 +18,6 @@ constexpr uint32_t kInitOption = 1;
 
 constexpr char kKernelDevice[] = "\\\\.\\windrvr6";
 constexpr uint32_t kVersionRequest = 0x95383443;
-
-struct DeviceContext {
-    DeviceContext *next = nullptr;
-    void *device = nullptr;
-    uint32_t vendorId = 0, productId = 0;
-    uint32_t interfaceNumber = 0, alternateSetting = 0;
-};
-
-struct DriverContext {
-    void *attachEvent = nullptr;
-    void *listMutex = nullptr; // guards the list between the driver's callbacks
-    uint32_t deviceCount = 0;
-    DeviceContext *devices = nullptr;
-    void *deviceUnusedEvent =
-        nullptr; // signalled for good: nothing in the library holds on to a list element
-};
-
-DriverContext driverContext;
-void *driverHandle = nullptr;
-
-// Keeps the context's events and mutex alive while a callback uses them: DriverUninit closes them before the
-// driver has stopped calling. Never held while the driver is called that may wait for a callback.
-std::mutex contextLock;
 
 void Append(DriverContext &context, DeviceContext *element) {
     DeviceContext **tail = &context.devices;
@@ -68,7 +45,7 @@ void FreeDevices(DriverContext &context) {
 }
 
 void Enlist(DriverContext &context, DeviceContext *element) {
-    std::lock_guard guard(contextLock);
+    std::lock_guard guard(driverRecord.lock);
     if (!context.listMutex) { // the driver is being closed
         delete element;
         return;
@@ -108,7 +85,7 @@ void DeviceDetach(void *device, void *userData) {
     deviceLink.device = nullptr;
     auto &context = *static_cast<DriverContext *>(userData);
     {
-        std::lock_guard guard(contextLock);
+        std::lock_guard guard(driverRecord.lock);
         if (context.listMutex) {
             OsMutexLock(context.listMutex);
             Remove(context, device);
@@ -120,15 +97,15 @@ void DeviceDetach(void *device, void *userData) {
 
 // The events and the mutex of a fresh context.
 uint32_t CreateContext() {
-    std::lock_guard guard(contextLock);
-    driverContext = DriverContext{};
-    uint32_t status = OsEventCreate(&driverContext.attachEvent);
+    std::lock_guard guard(driverRecord.lock);
+    driverRecord.context = DriverContext{};
+    uint32_t status = OsEventCreate(&driverRecord.context.attachEvent);
     if (status == 0)
-        status = OsMutexCreate(&driverContext.listMutex);
+        status = OsMutexCreate(&driverRecord.context.listMutex);
     if (status == 0)
-        status = OsEventCreate(&driverContext.deviceUnusedEvent);
+        status = OsEventCreate(&driverRecord.context.deviceUnusedEvent);
     if (status == 0)
-        OsEventSignal(driverContext.deviceUnusedEvent);
+        OsEventSignal(driverRecord.context.deviceUnusedEvent);
     return status;
 }
 
@@ -157,10 +134,10 @@ uint32_t OpenDriver() {
     if (const uint32_t status = CreateContext())
         return status;
     WDU_MATCH_TABLE match = ScannerMatch();
-    WDU_EVENT_TABLE events{DeviceAttach, DeviceDetach, nullptr, &driverContext};
-    if (const uint32_t status = WDU_Init(&driverHandle, &match, 1, &events, kInitOption)) {
-        WDU_Uninit(driverHandle);
-        driverHandle = nullptr;
+    WDU_EVENT_TABLE events{DeviceAttach, DeviceDetach, nullptr, &driverRecord.context};
+    if (const uint32_t status = WDU_Init(&driverRecord.handle, &match, 1, &events, kInitOption)) {
+        WDU_Uninit(driverRecord.handle);
+        driverRecord.handle = nullptr;
         log.Write(Format("WDU_Init-64 Error %X", status));
         return status;
     }
@@ -181,24 +158,25 @@ uint32_t DriverInit() {
 void DriverUninit() {
     deviceLink.device = nullptr;
     {
-        std::lock_guard guard(contextLock);
-        if (driverContext.attachEvent)
-            OsEventClose(driverContext.attachEvent);
-        if (driverContext.listMutex)
-            OsMutexClose(driverContext.listMutex);
-        if (driverContext.deviceUnusedEvent)
-            OsEventClose(driverContext.deviceUnusedEvent);
-        driverContext.attachEvent = driverContext.listMutex = driverContext.deviceUnusedEvent = nullptr;
+        std::lock_guard guard(driverRecord.lock);
+        if (driverRecord.context.attachEvent)
+            OsEventClose(driverRecord.context.attachEvent);
+        if (driverRecord.context.listMutex)
+            OsMutexClose(driverRecord.context.listMutex);
+        if (driverRecord.context.deviceUnusedEvent)
+            OsEventClose(driverRecord.context.deviceUnusedEvent);
+        driverRecord.context.attachEvent = driverRecord.context.listMutex =
+            driverRecord.context.deviceUnusedEvent = nullptr;
     }
-    if (driverHandle) {
-        WDU_Uninit(driverHandle);
-        driverHandle = nullptr;
+    if (driverRecord.handle) {
+        WDU_Uninit(driverRecord.handle);
+        driverRecord.handle = nullptr;
     }
     // No callback comes any more; one that came in between may have set these.
     deviceLink.device = nullptr;
     deviceLink.online = false;
-    std::lock_guard guard(contextLock);
-    FreeDevices(driverContext);
+    std::lock_guard guard(driverRecord.lock);
+    FreeDevices(driverRecord.context);
 }
 
 } // namespace k274

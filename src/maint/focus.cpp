@@ -5,6 +5,7 @@
 #include "src/link/transport.h"
 #include "src/log/log.h"
 #include "src/state/locks.h"
+#include "src/state/maint_record.h"
 
 #include <algorithm>
 
@@ -18,8 +19,6 @@ static_assert(kFocusBytes == (2 * kPartLines + kLastPartLines) * kLineBytes &&
               kFocusBytes == K274_FOCUS_BYTES);
 
 constexpr uint8_t kFirstImageMode = 2; // modes below it have no image
-
-int focusCount = 0; // the device lock guards it
 
 // Fetches lines for the request that was sent, and stores them where they belong.
 bool ReadLines(int firstLine, int count, uint8_t *image) {

@@ -4,8 +4,7 @@
 #include "platform/os/os.h"
 #include "src/common/text.h"
 #include "src/log/log.h"
-
-#include <atomic>
+#include "src/state/maint_record.h"
 
 namespace k274 {
 
@@ -13,9 +12,6 @@ namespace {
 
 constexpr int32_t kDeviceU3 = 3;
 constexpr int32_t kConnectionUsb = 1;
-
-std::atomic<labjack::EDoFunction> setLine{nullptr};
-std::atomic<int32_t> rigHandle{0};
 
 } // namespace
 
@@ -32,13 +28,13 @@ void LabJackOpen() {
     if (open(kDeviceU3, kConnectionUsb, "5", 0, &handle) != 0)
         return;
     log.Write("Opened LabJack");
-    setLine = reinterpret_cast<labjack::EDoFunction>(os::ModuleSymbol(module, "eDO"));
-    rigHandle = handle;
+    rig.setLine = reinterpret_cast<labjack::EDoFunction>(os::ModuleSymbol(module, "eDO"));
+    rig.handle = handle;
 }
 
 void LabJackSet(int32_t channel, int32_t action) {
-    const labjack::EDoFunction set = setLine;
-    const int32_t handle = rigHandle;
+    const labjack::EDoFunction set = rig.setLine;
+    const int32_t handle = rig.handle;
     if (!set || handle == 0)
         return;
     switch (action) {

@@ -4,24 +4,11 @@
 #include "include/k274.h"
 #include "src/common/geometry.h"
 #include "src/common/view.h"
+#include "src/state/maint_record.h"
 
 #include <cstdint>
 
 namespace k274 {
-
-constexpr int kCapturedLines = 200;
-
-// The image: three segments of lines, each lit in its own way. The last line of each becomes its mean line.
-constexpr int kSegmentLines = 50, kMeanLine = kSegmentLines - 1;
-constexpr int kSegmentA = 0, kSegmentB = kSegmentLines, kSegmentC = 2 * kSegmentLines; // first lines
-constexpr int kStillLines = 3 * kSegmentLines;
-
-/// Brightness across the sensor: 0 to 2 are the colours of segment A, blue, green and red; 3 is the red of
-/// segment B; 4 and 5 are the blue and green of segment C.
-constexpr int kStillProfiles = 6;
-using StillProfiles = uint8_t[kStillProfiles][kSensorRows];
-
-using StillRecord = K274_StillResult;
 
 // ---- Image and profiles
 

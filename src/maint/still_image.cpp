@@ -19,13 +19,8 @@ constexpr int kLinesPerRequest = 5;
 constexpr uint32_t kBlockBytes = kLinesPerRequest * kRgbLineBytes;
 constexpr uint8_t kPreset = 63; // of lines that have not arrived
 
-uint8_t capturedBytes[kCapturedLines * kRgbLineBytes];
-uint8_t imageBytes[kStillLines * kRgbLineBytes]; // the work copy
-StillProfiles stillProfiles;
-StillRecord stillRecord;
-
-const ColourView kCaptured{capturedBytes, kCapturedLines, kLinePixels};
-const ColourView kImage{imageBytes, kStillLines, kLinePixels};
+const ColourView kCaptured{still.captured, kCapturedLines, kLinePixels};
+const ColourView kImage{still.image, kStillLines, kLinePixels};
 
 bool FetchBlock(int line) {
     CmdPkt request(command::kStillLines);
@@ -39,7 +34,7 @@ bool FetchBlock(int line) {
 }
 
 bool Capture() {
-    std::fill(std::begin(capturedBytes), std::end(capturedBytes), kPreset);
+    std::fill(std::begin(still.captured), std::end(still.captured), kPreset);
     for (int line = 0; line < kCapturedLines; line += kLinesPerRequest) {
         if (!FetchBlock(line))
             return false;
@@ -49,15 +44,15 @@ bool Capture() {
 }
 
 void Analyse() {
-    BuildStillProfiles(kImage, stillProfiles);
-    MeasureLevels(stillProfiles, stillRecord);
-    CountDark(kImage, stillRecord);
-    MeasureSteps(kImage, stillRecord);
-    FindTargetEdges(kImage, stillRecord);
-    BalanceColours(stillProfiles, stillRecord);
-    MeasureRanges(stillRecord);
-    MeasureNoise(kImage, stillRecord);
-    ScoreStill(stillProfiles, stillRecord);
+    BuildStillProfiles(kImage, still.profiles);
+    MeasureLevels(still.profiles, still.record);
+    CountDark(kImage, still.record);
+    MeasureSteps(kImage, still.record);
+    FindTargetEdges(kImage, still.record);
+    BalanceColours(still.profiles, still.record);
+    MeasureRanges(still.record);
+    MeasureNoise(kImage, still.record);
+    ScoreStill(still.profiles, still.record);
 }
 
 } // namespace
@@ -79,16 +74,16 @@ int32_t StillImage(uint8_t *image) {
     SubtractDark(kCaptured);
     ArrangeStill(kCaptured, kImage);
     Analyse();
-    std::memcpy(image, imageBytes, sizeof imageBytes);
+    std::memcpy(image, still.image, sizeof still.image);
     return 0;
 }
 
 void ReanalyseStill(const uint8_t *image) {
-    std::memcpy(imageBytes, image, sizeof imageBytes);
+    std::memcpy(still.image, image, sizeof still.image);
     Analyse();
 }
 
-void CopyStillData(void *record) { std::memcpy(record, &stillRecord, sizeof stillRecord); }
-void CopyStillProfiles(void *profiles) { std::memcpy(profiles, stillProfiles, sizeof stillProfiles); }
+void CopyStillData(void *record) { std::memcpy(record, &still.record, sizeof still.record); }
+void CopyStillProfiles(void *profiles) { std::memcpy(profiles, still.profiles, sizeof still.profiles); }
 
 } // namespace k274

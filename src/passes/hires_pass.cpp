@@ -10,6 +10,7 @@
 #include "src/state/capture_state.h"
 #include "src/state/flags.h"
 #include "src/state/image_set.h"
+#include "src/state/line_buffers.h"
 #include "src/state/locks.h"
 #include "src/state/session.h"
 #include "src/state/settings.h"
@@ -28,18 +29,14 @@ constexpr uint32_t kPacketBytes = kLinesPerPacket * kLineBytes;
 constexpr uint8_t kHiresSub = 1;
 constexpr size_t kProgressOffset = 20; // in the reply's header
 
-// The line store and, right behind it, the turned image. Allocated by the first capture and kept: the library
-// stays loaded while one of its threads may be using them.
-std::atomic<uint8_t *> store{nullptr};
-
-ColourView Lines() { return {store, kHrLines, kHrPixels}; }
-ColourView Turned() { return {store + kHrImageBytes, kHrPixels, kHrLines}; }
+ColourView Lines() { return {hiresStore, kHrLines, kHrPixels}; }
+ColourView Turned() { return {hiresStore + kHrImageBytes, kHrPixels, kHrLines}; }
 
 // The device lock is held.
 bool AllocateStore() {
-    if (!store)
-        store = static_cast<uint8_t *>(std::calloc(2, kHrImageBytes));
-    return store != nullptr;
+    if (!hiresStore)
+        hiresStore = static_cast<uint8_t *>(std::calloc(2, kHrImageBytes));
+    return hiresStore != nullptr;
 }
 
 bool SendRequest(int index) {
@@ -154,7 +151,7 @@ bool Xfr12S() {
 }
 
 void Process1200S() {
-    if (!store)
+    if (!hiresStore)
         return;
     HrRealign(HrMode::Short, Lines());
     HrGain(HrMode::Short, ccdPix.fixRgb, Lines());

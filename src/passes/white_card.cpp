@@ -13,6 +13,7 @@
 #include "src/state/measures.h"
 #include "src/state/notify.h"
 #include "src/state/session.h"
+#include "src/state/white_card_record.h"
 
 #include <cstring>
 
@@ -20,10 +21,6 @@ namespace k274 {
 
 namespace {
 
-uint8_t regionPixels[kWhiteCardLines * kWhiteCardPixels];
-
-// Scans for which a factory card still writes the white-card response; monitor thread.
-int32_t factoryCountdown = 0;
 constexpr int32_t kCountdownStart = 2; // the scan that starts it counts, too
 constexpr int32_t kDustWarning = 5;
 
@@ -35,7 +32,7 @@ struct CardText {
 };
 
 CardText ReadRegion(void (*build)(ConstColourView, GreyView)) {
-    const GreyView region{regionPixels, kWhiteCardLines, kWhiteCardPixels};
+    const GreyView region{whiteCard.region, kWhiteCardLines, kWhiteCardPixels};
     build(RawColour(), region);
     DecodeWhiteCard(region);
     CardText text;
@@ -94,12 +91,12 @@ void HandleFactoryCard() {
         AfeRegisters proposed = calibration.newAfe;
         AfeRegs(proposed, kWriteAfe);
         SetScanState(K274_STATE_AFE_WRITTEN);
-        factoryCountdown = kCountdownStart;
-    } else if (calibration.calCheckFlags != 0 || factoryCountdown > 0) {
+        whiteCard.factoryCountdown = kCountdownStart;
+    } else if (calibration.calCheckFlags != 0 || whiteCard.factoryCountdown > 0) {
         log.Image(Format("Factory WCC update 0x%X", static_cast<unsigned>(calibration.calCheckFlags)));
         SaveWcc(&CcdRawResp[0][0]);
         SetScanState(K274_STATE_WHITE_WRITTEN);
-        factoryCountdown = 0;
+        whiteCard.factoryCountdown = 0;
     } else {
         const int32_t dust = measures.dustCount;
         log.Image(dust >= kDustWarning ? Format("Factory VER Dust check = %d", dust)
@@ -173,8 +170,8 @@ int32_t Verify(int32_t variant) {
 void FactoryVerify() {
     if (measures.cardClass == kMaintenanceClass)
         HandleMaintenanceCard();
-    if (factoryCountdown > 0)
-        --factoryCountdown;
+    if (whiteCard.factoryCountdown > 0)
+        --whiteCard.factoryCountdown;
 }
 
 } // namespace k274

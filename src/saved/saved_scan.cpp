@@ -9,6 +9,7 @@
 #include "src/state/image_set.h"
 #include "src/state/locks.h"
 #include "src/state/measures.h"
+#include "src/state/scan_file_record.h"
 #include "src/state/session.h"
 #include "src/state/settings.h"
 #include "src/tiff/scan_file.h"
@@ -23,13 +24,6 @@ namespace {
 constexpr char kAutoSaveFolder[] = "C:\\K274\\Tif\\";
 constexpr size_t kInfoTextEnd = 225;
 
-// recordLock guards both.
-uint8_t header[kScanHeaderBytes];
-uint8_t information[kScanInfoBytes];
-
-std::mutex fileLock; // one save or open at a time; guards the buffer
-ScanFileBuffer fileBuffer;
-
 // Held while a scan's images and records are copied as one.
 struct ContentsGuard {
     std::scoped_lock<std::mutex, std::mutex, std::mutex> locks{recordLock, imageLock, barcode.lock};
@@ -40,7 +34,9 @@ ScanContents Contents() {
             &CcdRawResp[0][0], &CcdCorResp[0][0], &ccdPix.resp[0][0]};
 }
 
-void ShowInformation(const uint8_t *from) { std::memcpy(information, from, sizeof information); }
+void ShowInformation(const uint8_t *from) {
+    std::memcpy(scanFile.information, from, sizeof scanFile.information);
+}
 
 ScanTime TimeNow() { return {os::CalendarSeconds(), os::Now()}; }
 
@@ -57,30 +53,30 @@ void DescribeScanner(const K274_Version &version, ScanMetadata &metadata) {
 
 void ResetScanHeader() {
     std::lock_guard guard(recordLock);
-    BuildHeader(session.metadata, TimeNow(), header);
+    BuildHeader(session.metadata, TimeNow(), scanFile.header);
 }
 
 void RebuildScanHeader() {
     std::lock_guard guard(recordLock);
     DescribeScanner(session.version, session.metadata);
-    BuildHeader(session.metadata, TimeNow(), header);
-    ShowInformation(header);
+    BuildHeader(session.metadata, TimeNow(), scanFile.header);
+    ShowInformation(scanFile.header);
 }
 
 void StampScanTime() {
     std::lock_guard guard(recordLock);
-    StampTime(os::CalendarSeconds(), header);
+    StampTime(os::CalendarSeconds(), scanFile.header);
 }
 
 void ShowCardWidth(uint32_t width) {
     std::lock_guard guard(recordLock);
-    StampCardWidth(width, information);
+    StampCardWidth(width, scanFile.information);
 }
 
 void CopyScanInfo(void *info) {
     std::lock_guard guard(recordLock);
-    information[kInfoTextEnd] = 0;
-    std::memcpy(info, information, sizeof information);
+    scanFile.information[kInfoTextEnd] = 0;
+    std::memcpy(info, scanFile.information, sizeof scanFile.information);
 }
 
 int32_t SaveScan(const char *path) {
@@ -94,18 +90,19 @@ int32_t SaveScan(const char *path) {
         path = automatic;
         settings.AdvanceAutoSaveNum(); // a save that fails uses the number up, too
     }
-    std::lock_guard file(fileLock);
+    std::lock_guard file(scanFile.lock);
     size_t size;
     {
         ContentsGuard guard;
-        size = AssembleScanFile(header, Contents(), VariantOfLastScan(state.lastScanMode), fileBuffer);
+        size = AssembleScanFile(scanFile.header, Contents(), VariantOfLastScan(state.lastScanMode),
+                                scanFile.buffer);
     }
-    const SaveResult result = WriteScanFile(path, fileBuffer, size);
+    const SaveResult result = WriteScanFile(path, scanFile.buffer, size);
     if (result == kNotCreated)
         return result;
     {
         std::lock_guard guard(recordLock);
-        ShowInformation(fileBuffer);
+        ShowInformation(scanFile.buffer);
     }
     // A file of the host's own name is logged by the automatic name, too.
     log.Image(Format("Saved %s.tif", name));
@@ -113,18 +110,18 @@ int32_t SaveScan(const char *path) {
 }
 
 int32_t OpenScan(const char *path, uint32_t *variant) {
-    std::lock_guard file(fileLock);
-    const OpenedFile opened = ReadScanFile(path ? path : "", fileBuffer);
+    std::lock_guard file(scanFile.lock);
+    const OpenedFile opened = ReadScanFile(path ? path : "", scanFile.buffer);
     if (variant)
         *variant = opened.variant;
     if (opened.result != kOpened)
         return opened.result;
     DrawBarcodeTicket(); // what a late decoder still finds is not this scan's
     ContentsGuard guard;
-    ShowInformation(fileBuffer);
+    ShowInformation(scanFile.buffer);
     if (opened.loadable) {
-        LoadScan(fileBuffer, opened, Contents(), header);
-        TakeScanValues(header, &session.metadata);
+        LoadScan(scanFile.buffer, opened, Contents(), scanFile.header);
+        TakeScanValues(scanFile.header, &session.metadata);
     }
     return kOpened;
 }

@@ -15,6 +15,7 @@
 #include "src/state/locks.h"
 #include "src/state/monitor_record.h"
 #include "src/state/notify.h"
+#include "src/state/renew.h"
 
 #include <mutex>
 
@@ -29,16 +30,10 @@ constexpr uint32_t kPassIntervalMs = 100;
 constexpr uint32_t kFirstScanWord = 1;
 constexpr uint32_t kLastScanWord = 31;
 
-// Every start and stop opens a new session; a thread whose session is over does not begin.
-std::mutex sessionLock;
-uint32_t currentSession = 0;
-
-// Held by the one thread that monitors.
-std::mutex monitorSlot;
-
+// A thread whose session is over does not begin.
 bool Begin(uint32_t own) {
-    std::lock_guard guard(sessionLock);
-    if (own != currentSession)
+    std::lock_guard guard(monitorTurn.sessionLock);
+    if (own != monitorTurn.currentSession)
         return false;
     running = true;
     return true;
@@ -53,7 +48,7 @@ void SendGuiScan() {
 }
 
 void Start() {
-    monitor = Monitor{};
+    RenewSession();
     monitor.startTime = os::CalendarSeconds();
     os::SleepMs(kStartDelayMs);
     if (!Running()) // closed meanwhile: there is nothing to tell any more
@@ -102,7 +97,7 @@ uint32_t Pass() {
 
 void Run(void *argument) {
     const auto own = static_cast<uint32_t>(reinterpret_cast<uintptr_t>(argument));
-    std::lock_guard slot(monitorSlot);
+    std::lock_guard slot(monitorTurn.slot);
     if (!Begin(own))
         return;
     Start();
@@ -118,15 +113,15 @@ void Run(void *argument) {
 void StartMonitor() {
     uint32_t own;
     {
-        std::lock_guard guard(sessionLock);
-        own = ++currentSession;
+        std::lock_guard guard(monitorTurn.sessionLock);
+        own = ++monitorTurn.currentSession;
     }
     os::StartThread(Run, reinterpret_cast<void *>(static_cast<uintptr_t>(own)));
 }
 
 void StopMonitor() {
-    std::lock_guard guard(sessionLock);
-    ++currentSession;
+    std::lock_guard guard(monitorTurn.sessionLock);
+    ++monitorTurn.currentSession;
     running = false;
 }
 

@@ -2,6 +2,7 @@
 // still count, and the options.
 #pragma once
 
+#include "src/common/geometry.h"
 #include "src/state/barcode_record.h"
 
 #include <atomic>
@@ -12,11 +13,21 @@ namespace k274 {
 
 using BarcodeTicket = uint32_t;
 
+/// Image of a running decode.
+constexpr int kDecodedLines = 2540; // of the images' 2700
+struct DecoderImage {
+    std::atomic<bool> taken{false};
+    uint8_t pixels[kDecodedLines * kRgbColumns];
+};
+
 struct BarcodeState {
     std::mutex lock; // guards the record, the images RED0, RED1 and IRc, and the two below
     BarcodeRecord record{};
     BarcodeTicket ticket = 0;
     bool firstRunning = false; // the first decoder, which the watchdog watches
+
+    // An abandoned decoder keeps its image until it has ended; while all are taken, decodes find nothing.
+    DecoderImage images[4];
 
     std::atomic<uint8_t> enabled{1};                                // host
     std::atomic<int32_t> decodeMode{0};                             // host, or a "Decode Mode" card

@@ -7,6 +7,8 @@
 #include "src/common/geometry.h"
 #include "src/common/view.h"
 
+#include <atomic>
+
 namespace k274 {
 
 /// Visible light: one row per sensor position, one column per scan line. The raw image, and a copy of it
@@ -24,6 +26,10 @@ extern uint8_t MSIr[K274_MSIR_HEIGHT * K274_MSIR_WIDTH];
 /// The barcode images: the red channel of RGBc; the same with more contrast, or the infrared image.
 extern uint8_t RED0[kSensorRows * kRgbColumns];
 extern uint8_t RED1[kSensorRows * kRgbColumns];
+
+/// 1200 dpi: the line store and, right behind it, the turned image. Allocated by the first capture and kept:
+/// the library stays loaded while one of its threads may be using them.
+extern std::atomic<uint8_t *> hiresStore;
 
 inline ColourView RawColour() { return {RGBr, kSensorRows, kRgbColumns}; }
 inline ColourView CorrectedColour() { return {RGBc, kSensorRows, kRgbColumns}; }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <mutex>
 
 namespace k274 {
 
@@ -12,6 +13,14 @@ struct Monitor {
     bool cancelled = false; // an event of the scanner ended the card's scan
 };
 extern Monitor monitor;
+
+/// Who may monitor; also of a session that has just begun or ended.
+struct MonitorTurn {
+    std::mutex sessionLock; // guards the number: every start and stop opens a new session
+    uint32_t currentSession = 0;
+    std::mutex slot; // held by the one thread that monitors
+};
+extern MonitorTurn monitorTurn;
 
 inline double Uptime() { return monitor.uptime; }
 

@@ -8,23 +8,15 @@
 
 namespace k274 {
 
-namespace {
-
-// One poll or check raises a few at the most.
-K274_State raised[8];
-int raisedCount = 0;
-
-} // namespace
-
 void RaiseScanState(K274_State code) {
-    if (raisedCount < static_cast<int>(std::size(raised)))
-        raised[raisedCount++] = code;
+    if (raisedStates.count < static_cast<int>(std::size(raisedStates.codes)))
+        raisedStates.codes[raisedStates.count++] = code;
 }
 
 void DeliverRaisedStates() {
-    const int count = std::exchange(raisedCount, 0);
+    const int count = std::exchange(raisedStates.count, 0);
     for (int i = 0; i < count; ++i)
-        SetScanState(raised[i]);
+        SetScanState(raisedStates.codes[i]);
 }
 
 void SetScanStateUnlocked(K274_State code) {

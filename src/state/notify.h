@@ -7,6 +7,13 @@
 
 namespace k274 {
 
+/// States that arose under the device lock; monitor thread. One poll or check raises a few at the most.
+struct RaisedStates {
+    K274_State codes[8] = {};
+    int count = 0;
+};
+extern RaisedStates raisedStates;
+
 /// Calls the host's callback, if there is one, under the callback lock. The device lock must be free: the
 /// callback may wait for it.
 void SetScanState(K274_State code);

@@ -6,9 +6,6 @@
 
 namespace k274 {
 
-/// Serves writing and reading; it has one user at a time.
-using ScanFileBuffer = uint8_t[kMaxScanFileBytes];
-
 enum SaveResult : int32_t { kSaved = 0, kNotCreated = -1, kNotComplete = -2 };
 
 /// Puts the file together, gaps cleared.

@@ -3,13 +3,11 @@
 #pragma once
 
 #include "platform/os/os.h"
+#include "src/state/scan_file_record.h"
 #include "src/state/scan_metadata.h"
 #include "src/tiff/scan_layout.h"
 
 namespace k274 {
-
-constexpr size_t kScanInfoBytes = 256;
-constexpr size_t kScanHeaderBytes = 2304;
 
 /// One moment, as calendar seconds and as the local time that people read.
 struct ScanTime {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "include/k274.h"
+#include "src/state/scan_file_record.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -50,7 +51,7 @@ constexpr ScanVariant VariantOfLastScan(int32_t mode) {
 constexpr size_t kUltravioletFileBytes = kSliFrAt;
 constexpr size_t kHighResolutionFileBytes = kSliBkAt + kSliBytes;
 constexpr size_t kNoImageFileBytes = kUvFrAt;
-constexpr size_t kMaxScanFileBytes = kHighResolutionFileBytes;
+static_assert(kMaxScanFileBytes == kHighResolutionFileBytes);
 
 constexpr size_t ScanFileBytes(ScanVariant variant) {
     return variant == ScanVariant::Ultraviolet      ? kUltravioletFileBytes

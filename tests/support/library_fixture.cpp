@@ -13,6 +13,7 @@
 #include "src/state/image_set.h"
 #include "src/state/measures.h"
 #include "src/state/monitor_record.h"
+#include "src/state/renew.h"
 #include "src/state/session.h"
 #include "src/state/settings.h"
 #include "tests/support/system.h"
@@ -20,7 +21,6 @@
 #include <filesystem>
 #include <fstream>
 #include <mutex>
-#include <new>
 #include <thread>
 #include <utility>
 
@@ -36,34 +36,13 @@ void K274_CALLBACK NoteState(int32_t code) {
     states.push_back(code);
 }
 
-// The library's objects as at load. Nothing of the library runs now.
-template <typename Object>
-void Renew(Object &object) {
-    new (&object) Object;
-}
-
-void RenewLibrary() {
-    Renew(k274::state);
-    Renew(k274::barcode);
-    Renew(k274::deviceLink);
-    k274::monitor = k274::Monitor{};
-    Renew(k274::ccdPix);
-    Renew(k274::measures);
-    Renew(k274::calibration);
-    Renew(k274::session);
-    Renew(k274::transport);
-    Renew(k274::log);
-    Renew(k274::settings);
-    k274::ClearImages(0);
-}
-
 } // namespace
 
 void LibraryTest::SetUp() {
     scripted::ResetDriver();
     scripted::ResetDecoder();
     test_clock::Reset();
-    RenewLibrary();
+    k274::RenewState();
     {
         std::lock_guard guard(stateLock);
         states.clear();
