@@ -4,7 +4,6 @@
 #include "bench/literal/ir_uv.h"
 #include "bench/literal/rgb.h"
 #include "src/analysis/ir_profiles.h"
-#include "src/capture/ir_lines.h"
 #include "src/carddata/barcode_images.h"
 
 #include <benchmark/benchmark.h>

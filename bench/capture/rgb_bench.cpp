@@ -5,7 +5,6 @@
 #include "src/analysis/rgb_profiles.h"
 #include "src/analysis/white_test.h"
 #include "src/capture/measure.h"
-#include "src/capture/rgb_lines.h"
 
 #include <benchmark/benchmark.h>
 

@@ -3,7 +3,6 @@
 
 #include "bench/literal/ir_uv.h"
 #include "src/analysis/uv_profiles.h"
-#include "src/capture/uv_lines.h"
 
 #include <benchmark/benchmark.h>
 

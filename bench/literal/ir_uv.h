@@ -3,9 +3,13 @@
 // against. Slow on purpose; keep them literal.
 #pragma once
 
-#include "src/capture/ir_lines.h"
+#include "src/capture/ir_crop.h"
+#include "src/capture/ir_destripe.h"
+#include "src/capture/ir_gain.h"
+#include "src/capture/ir_store.h"
 #include "src/capture/stretch.h"
-#include "src/capture/uv_lines.h"
+#include "src/capture/uv_correct.h"
+#include "src/capture/uv_crop.h"
 #include "src/state/scan_measures.h"
 
 namespace k274::reference {

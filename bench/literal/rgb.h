@@ -2,7 +2,10 @@
 // functions to, and what the benchmark measures them against. Slow on purpose; keep them literal.
 #pragma once
 
-#include "src/capture/rgb_lines.h"
+#include "src/capture/red_contrast.h"
+#include "src/capture/rgb_crop.h"
+#include "src/capture/rgb_gain.h"
+#include "src/capture/rgb_store.h"
 #include "src/state/scan_measures.h"
 
 namespace k274::reference {

@@ -1,6 +1,6 @@
 // Where the card lies on the raw colour image, found by brightness at fixed places. What the search went by
 // is marked in the raw image for service dumps.
-#include "src/capture/rgb_lines.h"
+#include "src/capture/card_search.h"
 
 #include "src/common/find_from.h"
 

@@ -2,7 +2,7 @@
 // link fetches the response block; the line corrections read the fixed-point tables.
 #pragma once
 
-#include "src/capture/rgb_lines.h"
+#include "src/capture/rgb_gain.h"
 #include "src/common/geometry.h"
 
 #include <atomic>

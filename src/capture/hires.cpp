@@ -2,6 +2,9 @@
 // of the kind that the compiler vectorises.
 #include "src/capture/hires.h"
 
+#include "src/capture/colour_rows.h"
+#include "src/capture/gain_rows.h"
+
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -27,39 +30,10 @@ constexpr int kColourRowOffset = 8; // lines between two colour rows of the sens
 constexpr int kShift = 14;          // pixels
 constexpr int kFirstPixel = 14, kLastPixel = 4985;
 
-constexpr int kGroup = 48; // bytes: 16 pixels
-using Group = std::array<uint8_t, kGroup>;
-
-template <int channel>
-constexpr Group MaskOf() {
-    Group mask{};
-    for (size_t i = channel; i < mask.size(); i += 3)
-        mask[i] = 255;
-    return mask;
-}
-constexpr Group kBlueMask = MaskOf<0>(), kGreenMask = MaskOf<1>(), kRedMask = MaskOf<2>();
-
 void RealignLine(const uint8_t *greenLine, const uint8_t *blueLine, uint8_t *line) {
-    // Sources by the place that they are written to: channel 0 from channel 2 and the other way round.
-    const uint8_t *blue = blueLine + 3 * kShift + 2, *green = greenLine + 3 * kShift,
-                  *red = line + 3 * kShift - 2;
-    constexpr int kEnd = 3 * (kLastPixel + 1);
-    int at = 3 * kFirstPixel;
-    for (; at + kGroup <= kEnd; at += kGroup) {
-        // Gathered apart from the line, whose red reaches into the group.
-        Group group;
-        for (int i = 0; i < kGroup; i++) {
-            const auto k = static_cast<size_t>(i);
-            group[k] = static_cast<uint8_t>((blue[at + i] & kBlueMask[k]) | (green[at + i] & kGreenMask[k]) |
-                                            (red[at + i] & kRedMask[k]));
-        }
-        std::memcpy(line + at, group.data(), group.size());
-    }
-    for (; at < kEnd; at += 3) {
-        line[at] = blue[at];
-        line[at + 1] = green[at + 1];
-        line[at + 2] = red[at + 2];
-    }
+    constexpr ColourGroup kNoLevel{};
+    const ColourRows from = TurnedColours(blueLine + 3 * kShift, greenLine + 3 * kShift, line + 3 * kShift);
+    MergeLine(from, 3 * kFirstPixel, 3 * (kLastPixel + 1), kNoLevel, line);
 }
 
 // ---- Gain
@@ -70,23 +44,12 @@ int GainPosition(int pixel) {
     return pixel < kMirrorPixel ? pixel / 2 : kMirrorPosition - (pixel - kMirrorPixel) / 2;
 }
 
-// Factors are four times the gain, bytes are taken times 256: the upper half of the 32-bit product is then
-// the byte times the gain shifted right by 6. Gains from 16,320 up make 255 of every byte but 0, so that
-// cutting them at 16,383 changes nothing.
-constexpr uint16_t kMaxGain = 16383;
 using LineFactors = std::array<uint16_t, size_t{3} * kHrPixels>;
 
 void FillFactors(const RgbGains &gains, LineFactors &factors) {
     for (int pixel = 0; pixel < kHrPixels; pixel++)
         for (int k = 0; k < 3; k++)
-            factors[static_cast<size_t>(3 * pixel + k)] =
-                static_cast<uint16_t>(4 * std::min(gains[GainPosition(pixel)][k], kMaxGain));
-}
-
-uint8_t Gained(uint8_t value, uint16_t factor) {
-    const auto times256 = static_cast<uint16_t>(value << 8);
-    const auto product = static_cast<uint16_t>(uint32_t{times256} * factor >> 16);
-    return static_cast<uint8_t>(product > 255 ? 255 : product);
+            factors[static_cast<size_t>(3 * pixel + k)] = GainFactor<6>(gains[GainPosition(pixel)][k]);
 }
 
 // ---- Turning

@@ -2,7 +2,7 @@
 // that are cut from it. The steps run in this order, each once for every capture.
 #pragma once
 
-#include "src/capture/rgb_lines.h"
+#include "src/capture/rgb_gain.h"
 #include "src/common/view.h"
 
 namespace k274 {

@@ -1,9 +1,9 @@
-// The corrected infrared image and the images that a host sees of it.
-#include "src/capture/ir_lines.h"
+#include "src/capture/ir_crop.h"
 
-#include "src/capture/gain_rows.h"
+#include "src/capture/ir_destripe.h"
 #include "src/capture/stretch.h"
 #include "src/common/find_from.h"
+#include "src/common/geometry.h"
 
 #include <algorithm>
 #include <cstring>
@@ -76,12 +76,6 @@ void CutSide(ConstGreyView raw, ConstGreyView corrected, const Side &side, GreyV
 }
 
 } // namespace
-
-void IrIllumGain(ConstGreyView raw, const uint16_t (&gains)[kSensorRows], GreyView corrected) {
-    for (int row = 0; row < kSensorRows; row++)
-        GainRow(raw.Row(row), corrected.Row(row), raw.columns,
-                GainPattern({gains[row], gains[row], gains[row]}));
-}
 
 IrPosition FindIrEdges(ConstGreyView raw) {
     return {LeadColumn(raw, kFrontLeadRows, kFrontLeadEnd), LeadColumn(raw, kBackLeadRows, kBackLeadEnd)};

@@ -1,5 +1,5 @@
 // The sensor reads even and odd pixels through two amplifiers; where one is weaker the image shows stripes.
-#include "src/capture/ir_lines.h"
+#include "src/capture/ir_destripe.h"
 
 namespace k274 {
 

@@ -1,5 +1,5 @@
 // The red image as the barcode reader wants it: smoothed along the sensor, contrast stretched.
-#include "src/capture/rgb_lines.h"
+#include "src/capture/red_contrast.h"
 
 #include "src/common/byte_map.h"
 

@@ -1,5 +1,5 @@
 // The images that a host sees of the visible-light pass, cut at the card's position.
-#include "src/capture/rgb_lines.h"
+#include "src/capture/rgb_crop.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,6 +1,8 @@
 // Device lines of the visible-light pass into the raw colour image: a transposition in which the three
 // colours of one device pixel land four columns apart.
-#include "src/capture/rgb_lines.h"
+#include "src/capture/rgb_store.h"
+
+#include "src/capture/colour_rows.h"
 
 #include <algorithm>
 #include <array>
@@ -14,7 +16,6 @@ constexpr int kFirstLine = 4, kLastLine = 2296;
 constexpr int kColourRowOffset = 4;     // columns between the sensor's colour rows
 constexpr int kFrontGreenColumn = 2299; // column of line 0's green on the front
 constexpr int kSideRows = kBackFirstRow;
-constexpr int kBlue = 0, kRed = 2;
 
 enum class Side { Front, Back };
 
@@ -35,50 +36,37 @@ void StoreLine(const uint8_t *line, int number, ColourView raw) {
     }
 }
 
-// A block touches 20 columns of every row, its window. By columns of four: one colour alone, two, all
-// three, two, one; red comes first on the front and blue first on the back.
+// A block touches so many columns of every row, its window. Red comes first on the front and blue on the
+// back.
 constexpr int kWindowColumns = kRgbLinesPerPacket + 2 * kColourRowOffset;
 
-// Line of the block that a window column takes a colour from; outside 0 to 11 the block has none.
+// Line of the block that a window column takes a colour from; outside the block there is none.
 template <Side side>
 constexpr int LineOf(int column, int colour) {
     return side == Side::Front ? kWindowColumns - 1 - kColourRowOffset * colour - column
                                : column - kColourRowOffset * colour;
 }
 
-// Window columns 4 to 15 are first put together as lines of pixels, so that pixels and pairs of bytes can
-// be moved instead of bytes.
+// The columns of more than one colour are first put together as lines of pixels, so that pixels and pairs of
+// bytes can be moved instead of bytes.
 constexpr int kFirstMerged = kColourRowOffset, kMergedColumns = kRgbLinesPerPacket;
 constexpr int kRowsAtOnce = 150; // rows merged at a time, so that the merged lines stay in the first cache
 static_assert(kSideRows % kRowsAtOnce == 0);
 
 // Merging goes in groups of 16 pixels from byte 2 on: the red byte of pixel x lies two bytes further in
 // the merged line than in the device's, so from byte 0 on it would reach before the block.
-constexpr int kGroupBytes = 48;
-constexpr int kMergedBytes = (3 * kRowsAtOnce - 2 + kGroupBytes - 1) / kGroupBytes * kGroupBytes;
+constexpr int kMergedBytes = (3 * kRowsAtOnce - kRed + kColourGroup - 1) / kColourGroup * kColourGroup;
 static_assert(3 * (kBackFirstPixel + kSideRows - kRowsAtOnce) + kMergedBytes + 4 <= kRgbLineBytes);
 
-using MergedLines = uint8_t[kMergedColumns][2 + kMergedBytes];
-
-struct ColourMasks {
-    uint8_t byte[3][kGroupBytes];
-};
-constexpr ColourMasks MakeColourMasks() {
-    ColourMasks masks{};
-    for (int i = 0; i < kGroupBytes; i++)
-        masks.byte[(i + 2) % 3][i] = 0xFF;
-    return masks;
-}
-constexpr ColourMasks kMasks = MakeColourMasks();
+using MergedLines = uint8_t[kMergedColumns][kRed + kMergedBytes];
 
 void MergeColours(const uint8_t *blue, const uint8_t *green, const uint8_t *red, uint8_t *merged) {
-    merged[0] = blue[2];
-    merged[1] = green[1];
-    for (int group = 0; group < kMergedBytes; group += kGroupBytes)
-        for (int i = 0; i < kGroupBytes; i++)
-            merged[2 + group + i] = static_cast<uint8_t>((blue[group + i + 4] & kMasks.byte[0][i]) |
-                                                         (green[group + i + 2] & kMasks.byte[1][i]) |
-                                                         (red[group + i] & kMasks.byte[2][i]));
+    const ColourRows from = TurnedColours(blue, green, red);
+    merged[kBlue] = from.blue[kBlue];
+    merged[kGreen] = from.green[kGreen];
+    for (int at = kRed; at < kRed + kMergedBytes; at += kColourGroup)
+        for (int i = 0; i < kColourGroup; i++)
+            merged[at + i] = MergedByte<kRed>(from, at, i);
 }
 
 template <Side side>
@@ -94,23 +82,33 @@ void MergeWindow(const uint8_t *block, MergedLines &merged) {
     }
 }
 
-// Writes one row's window: 36 of its 60 bytes.
+// The window's columns by the colours that the block has for them: up to each of these one alone, two, all
+// three, two, and one alone up to the window's end.
+constexpr int kTwoColours = kColourRowOffset, kAllColours = 2 * kColourRowOffset,
+              kTwoAgain = kRgbLinesPerPacket, kOneAgain = kRgbLinesPerPacket + kColourRowOffset;
+static_assert(kTwoColours == kFirstMerged && kOneAgain == kFirstMerged + kMergedColumns);
+static_assert(kAllColours < kTwoAgain, "a packet has lines enough for columns of all three colours");
+
+// Writes one row's window, three bytes of every line of the packet.
 template <Side side>
 void StoreWindow(const uint8_t *pixel, const MergedLines &merged, int mergedByte, uint8_t *window) {
-    constexpr int kFirst = side == Side::Front ? kRed : kBlue, kLast = 2 - kFirst;
-    constexpr int kFirstPair = kFirst / 2, kLastPair = kLast / 2;
-    for (int c = 0; c < 4; c++)
-        window[3 * c + kFirst] = pixel[kRgbLineBytes * LineOf<side>(c, kFirst) + 2 - kFirst];
-    for (int c = 4; c < 8; c++)
-        std::memcpy(window + 3 * c + kFirstPair, merged[c - kFirstMerged] + mergedByte + kFirstPair, 2);
-    // The fourth byte is the next column's first and is written again with it.
-    for (int c = 8; c < 11; c++)
-        std::memcpy(window + 3 * c, merged[c - kFirstMerged] + mergedByte, 4);
-    std::memcpy(window + 33, merged[11 - kFirstMerged] + mergedByte, 3);
-    for (int c = 12; c < 16; c++)
-        std::memcpy(window + 3 * c + kLastPair, merged[c - kFirstMerged] + mergedByte + kLastPair, 2);
-    for (int c = 16; c < 20; c++)
-        window[3 * c + kLast] = pixel[kRgbLineBytes * LineOf<side>(c, kLast) + 2 - kLast];
+    constexpr int kFirst = side == Side::Front ? kRed : kBlue, kLast = kRed - kFirst;
+    constexpr int kFirstPair = kFirst / 2, kLastPair = kLast / 2; // where the pair with green begins
+    const auto move = [&](int column, int byte, size_t bytes) {
+        std::memcpy(window + 3 * column + byte, merged[column - kFirstMerged] + mergedByte + byte, bytes);
+    };
+    for (int c = 0; c < kTwoColours; c++)
+        window[3 * c + kFirst] = pixel[kRgbLineBytes * LineOf<side>(c, kFirst) + kRed - kFirst];
+    for (int c = kTwoColours; c < kAllColours; c++)
+        move(c, kFirstPair, 2);
+    // Four bytes are moved at once: the fourth is the next column's first and is written again with it.
+    for (int c = kAllColours; c < kTwoAgain - 1; c++)
+        move(c, 0, 4);
+    move(kTwoAgain - 1, 0, 3);
+    for (int c = kTwoAgain; c < kOneAgain; c++)
+        move(c, kLastPair, 2);
+    for (int c = kOneAgain; c < kWindowColumns; c++)
+        window[3 * c + kLast] = pixel[kRgbLineBytes * LineOf<side>(c, kLast) + kRed - kLast];
 }
 
 template <Side side>

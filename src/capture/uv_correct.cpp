@@ -1,6 +1,8 @@
 // The ultraviolet image, row by row: brightness, colour rows, black level, illumination gain.
-#include "src/capture/uv_lines.h"
+#include "src/capture/uv_correct.h"
 
+#include "src/capture/colour_rows.h"
+#include "src/capture/gain_rows.h"
 #include "src/common/pixel_sums.h"
 
 #include <algorithm>
@@ -11,7 +13,6 @@ namespace k274 {
 
 namespace {
 
-constexpr int kBlue = 0, kGreen = 1, kRed = 2;
 constexpr int kRowBytes = 3 * kUvPixels;
 
 // ---- Colour rows
@@ -22,55 +23,15 @@ constexpr int kFirstRow = 3, kLastRow = 1196;
 
 using Black = std::array<uint8_t, 3>;
 
-// Bytes that one vector loop takes at a time, whole pixels of each.
-constexpr int kGroupBytes = 48;
-using GroupBytes = std::array<uint8_t, kGroupBytes>;
-
-constexpr GroupBytes Repeat(const Black &colours) {
-    GroupBytes bytes{};
-    for (size_t i = 0; i < bytes.size(); i++)
-        bytes[i] = colours[i % 3];
-    return bytes;
-}
-constexpr GroupBytes kBlueMask = Repeat({255, 0, 0}), kGreenMask = Repeat({0, 255, 0}),
-                     kRedMask = Repeat({0, 0, 255});
-
-// Where a row's colours come from, each as the address from which its bytes are taken at their own place.
-struct ColourSources {
-    const uint8_t *blue, *green, *red;
-};
-
-ColourSources SourcesOf(ConstColourView raw, int row) {
+ColourRows SourcesOf(ConstColourView raw, int row) {
     const uint8_t *here = raw.Row(row);
     if (row < kFirstRow || row > kLastRow)
         return {here, here, here};
     // The last row's blue would come from behind the image: it keeps the byte that it has.
     const int blueRow = row + 2 * kColourLineOffset;
-    const uint8_t *blue = blueRow < raw.rows ? raw.Row(blueRow) + kRed : here;
-    return {blue, raw.Row(row + kColourLineOffset), here - kRed};
-}
-
-void TakeBlack(const ColourSources &from, const Black &black, uint8_t *line) {
-    const uint8_t *blue = from.blue, *green = from.green, *red = from.red;
-    const GroupBytes level = Repeat(black);
-    int done = 0;
-    for (; done + kGroupBytes < kRowBytes; done += kGroupBytes)
-        for (int i = 0; i < kGroupBytes; i++) {
-            const auto k = static_cast<size_t>(i);
-            const auto merged =
-                static_cast<uint8_t>((blue[done + i] & kBlueMask[k]) | (green[done + i] & kGreenMask[k]) |
-                                     (red[done + i] & kRedMask[k]));
-            line[done + i] = static_cast<uint8_t>(std::max(merged, level[k]) - level[k]);
-        }
-    // Masked bytes of the others would lie behind the image.
-    const auto take = [&](uint8_t value, uint8_t off) {
-        return static_cast<uint8_t>(std::max(value, off) - off);
-    };
-    for (; done < kRowBytes; done += 3) {
-        line[done + kBlue] = take(blue[done + kBlue], black[kBlue]);
-        line[done + kGreen] = take(green[done + kGreen], black[kGreen]);
-        line[done + kRed] = take(red[done + kRed], black[kRed]);
-    }
+    const ColourRows turned =
+        TurnedColours(raw.Row(std::min(blueRow, raw.rows - 1)), raw.Row(row + kColourLineOffset), here);
+    return {blueRow < raw.rows ? turned.blue : here, turned.green, turned.red};
 }
 
 // ---- Black level
@@ -100,14 +61,10 @@ Black BlackLevel(ConstColourView raw) {
 constexpr size_t kGainBytes = 3 * 1350;
 constexpr uint8_t kMaxGainedBlue = 253; // brighter blue bytes keep their value
 
-// Factors are four times the gain, bytes are taken times 256: the upper half of the 32-bit product is then
-// the byte times the gain shifted right by 6. Gains from 16,320 up make 255 of every byte but 0, so that
-// cutting them at 16,383 changes nothing.
 struct GainLine {
     explicit GainLine(const uint16_t (&gains)[kSensorRows]) {
-        constexpr uint16_t kMaxGain = 16383;
         for (size_t i = 0; i < kGainBytes; i++) {
-            factors[i] = static_cast<uint16_t>(4 * std::min(gains[i / 3], kMaxGain));
+            factors[i] = GainFactor<6>(gains[i / 3]);
             limits[i] = i % 3 == kBlue ? kMaxGainedBlue : 255;
         }
     }
@@ -117,10 +74,8 @@ struct GainLine {
 
 void Gain(const uint8_t *line, const GainLine &gains, uint8_t *out) {
     for (size_t i = 0; i < kGainBytes; i++) {
-        const auto shifted = static_cast<uint16_t>(line[i] << 8);
-        const auto gained = static_cast<uint16_t>(uint32_t{shifted} * gains.factors[i] >> 16);
-        const auto limited = static_cast<uint8_t>(gained | -(gained > 255));
-        out[i] = line[i] > gains.limits[i] ? line[i] : limited;
+        const uint8_t gained = Gained(line[i], gains.factors[i]);
+        out[i] = line[i] > gains.limits[i] ? line[i] : gained;
     }
 }
 
@@ -139,12 +94,13 @@ void UvBrighten(ColourView raw) {
 
 void UvRealign(const UvOptions &options, const uint16_t (&gains)[kSensorRows], ColourView raw,
                ColourView corrected) {
-    const Black noBlack{}, black = options.blackSub ? BlackLevel(raw) : noBlack;
+    const Black noBlack{};
+    const ColourGroup noLevel{}, level = RepeatPixel(options.blackSub ? BlackLevel(raw) : noBlack);
     const GainLine gainLine(gains);
     for (int row = 0; row < raw.rows; row++) {
         // Later rows are still as they were sent.
         std::array<uint8_t, kRowBytes> line;
-        TakeBlack(SourcesOf(raw, row), row < kBlackEndRow ? black : noBlack, line.data());
+        MergeLine(SourcesOf(raw, row), 0, kRowBytes, row < kBlackEndRow ? level : noLevel, line.data());
         std::memcpy(raw.Row(row), line.data(), line.size());
         if (options.illumGain)
             Gain(line.data(), gainLine, corrected.Row(row));

@@ -1,5 +1,5 @@
 // The images that a host sees of the ultraviolet pass: turned, cut and stretched.
-#include "src/capture/uv_lines.h"
+#include "src/capture/uv_crop.h"
 
 #include "src/capture/stretch.h"
 

@@ -1,5 +1,5 @@
 // White level, gain and tones of the corrected ultraviolet image.
-#include "src/capture/uv_lines.h"
+#include "src/capture/uv_tones.h"
 
 #include "src/capture/gain_rows.h"
 

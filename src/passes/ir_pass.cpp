@@ -1,6 +1,8 @@
 // The infrared pass, top to bottom.
 #include "src/analysis/ir_profiles.h"
-#include "src/capture/ir_lines.h"
+#include "src/capture/ir_crop.h"
+#include "src/capture/ir_gain.h"
+#include "src/capture/ir_store.h"
 #include "src/common/running.h"
 #include "src/common/text.h"
 #include "src/decoders/barcode.h"

@@ -1,6 +1,10 @@
 // The visible-light pass, top to bottom.
 #include "src/analysis/rgb_profiles.h"
 #include "src/analysis/white_test.h"
+#include "src/capture/measure.h"
+#include "src/capture/rgb_crop.h"
+#include "src/capture/rgb_gain.h"
+#include "src/capture/rgb_store.h"
 #include "src/common/running.h"
 #include "src/common/text.h"
 #include "src/link/transport.h"

@@ -1,5 +1,6 @@
 // The ultraviolet pass, top to bottom.
-#include "src/capture/uv_lines.h"
+#include "src/capture/uv_correct.h"
+#include "src/capture/uv_crop.h"
 #include "src/common/running.h"
 #include "src/common/text.h"
 #include "src/link/transport.h"

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "include/k274.h"
-#include "src/capture/rgb_lines.h"
+#include "src/capture/red_contrast.h"
 #include "src/common/geometry.h"
 #include "src/common/view.h"
 

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "include/k274.h"
+#include "src/capture/card_search.h"
 #include "src/capture/measure.h"
-#include "src/capture/rgb_lines.h"
 #include "src/state/afe_registers.h"
 #include "src/state/magstripe_record.h"
 #include "src/state/scan_metadata.h"
