@@ -1,5 +1,6 @@
 // Contrast and bleed image of the stripe against their rules, written out plainly.
 #include "src/carddata/magstripe_image.h"
+#include "tests/support/data.h"
 
 #include <gtest/gtest.h>
 
@@ -71,25 +72,14 @@ TEST(MagstripeImage, BleedImage) {
 }
 
 TEST(MagstripeImage, Tones) {
-    // Inputs and tones at both ends of every step, and within the ramps.
-    const int first[][2] = {{0, 0},     {1, 8},     {17, 136},  {18, 160},  {29, 248},
-                            {30, 251},  {63, 251},  {64, 252},  {99, 252},  {100, 251},
-                            {101, 252}, {128, 253}, {192, 254}, {254, 254}, {255, 255}};
-    const int second[][2] = {{0, 0},     {3, 1},     {4, 2},     {12, 12},   {28, 48},   {52, 224},
-                             {53, 226},  {64, 240},  {67, 240},  {68, 241},  {111, 247}, {112, 248},
-                             {124, 251}, {128, 252}, {156, 252}, {157, 249}, {159, 249}, {160, 253},
-                             {192, 254}, {254, 254}, {255, 255}};
     const Bytes stripe = Stripe(392, 100, 100, 0, 155), plain = Built(stripe, 0);
-    const auto expectTone = [&](const Bytes &toned, int from, int to) {
+    const Bytes toned[] = {plain, Built(stripe, 1), Built(stripe, 2)};
+    for (const auto &row : Table("carddata/tones.txt")) {
+        const int table = std::stoi(row[0]), from = std::stoi(row[1]), to = std::stoi(row[2]);
         EXPECT_GT(std::count(plain.begin(), plain.end(), from), 0) << from;
         for (size_t i = 0; i < plain.size(); ++i)
-            ASSERT_TRUE(plain[i] != from || toned[i] == to) << from;
-    };
-    const Bytes firstToned = Built(stripe, 1), secondToned = Built(stripe, 2);
-    for (const auto &[from, to] : first)
-        expectTone(firstToned, from, to);
-    for (const auto &[from, to] : second)
-        expectTone(secondToned, from, to);
+            ASSERT_TRUE(plain[i] != from || toned[table][i] == to) << table << ": " << from;
+    }
 }
 
 TEST(MagstripeImage, ContrastIsARatioOfWholeMeans) {

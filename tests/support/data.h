@@ -1,0 +1,19 @@
+// What tests keep as text files beside them: tables of cases, and outputs that are compared as a whole.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+/// A file's bytes; empty when there is none.
+std::string FileText(const std::string &path);
+
+/// The rows of a table under tests/: columns parted by '|', blanks around them taken off; \n and \xNN stand
+/// for bytes. Empty lines and those that begin with "# " are left out.
+std::vector<std::vector<std::string>> Table(const std::string &name);
+/// A column of numbers parted by blanks, 0x before hexadecimal ones.
+std::vector<int64_t> Numbers(const std::string &column);
+
+/// Compares a text with the file under tests/ that keeps it. With K274_RENEW=1 the file is written anew, to
+/// be read through before it is committed.
+void ExpectKept(const std::string &name, const std::string &text);
