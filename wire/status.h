@@ -46,7 +46,7 @@ constexpr const char *KindName(uint8_t kind) {
 }
 } // namespace status
 
-// The scan mode of a poll that wants visible light alone.
+// The scan mode of a poll that wants visible light alone: the scan ends after that pass.
 constexpr uint8_t kVisibleLightOnly = 'R';
 
 } // namespace wire

@@ -2,7 +2,7 @@
 #include "src/bmp/bmp.h"
 
 #include "platform/os/os.h"
-#include "src/common/bytes.h"
+#include "wire/bytes.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -35,17 +35,17 @@ void PutHeader(uint8_t *at, int rows, int columns, size_t pixelBytes, uint16_t b
                uint32_t colours) {
     at[0] = 'B';
     at[1] = 'M';
-    Store32(at + 2, static_cast<uint32_t>(pixelsAt + pixelBytes));
-    Store32(at + 10, static_cast<uint32_t>(pixelsAt));
-    Store32(at + 14, 40);
-    Store32(at + 18, static_cast<uint32_t>(columns));
-    Store32(at + 22, static_cast<uint32_t>(rows));
-    Store16(at + 26, 1); // planes
-    Store16(at + 28, bits);
-    Store32(at + 38, kPixelsPerMetre);
-    Store32(at + 42, kPixelsPerMetre);
-    Store32(at + 46, colours);
-    Store32(at + 50, colours);
+    wire::Store32(at + 2, static_cast<uint32_t>(pixelsAt + pixelBytes));
+    wire::Store32(at + 10, static_cast<uint32_t>(pixelsAt));
+    wire::Store32(at + 14, 40);
+    wire::Store32(at + 18, static_cast<uint32_t>(columns));
+    wire::Store32(at + 22, static_cast<uint32_t>(rows));
+    wire::Store16(at + 26, 1); // planes
+    wire::Store16(at + 28, bits);
+    wire::Store32(at + 38, kPixelsPerMetre);
+    wire::Store32(at + 42, kPixelsPerMetre);
+    wire::Store32(at + 46, colours);
+    wire::Store32(at + 50, colours);
 }
 
 } // namespace

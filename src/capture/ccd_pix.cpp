@@ -2,8 +2,9 @@
 // into the dark, turned into fixed point for the line corrections.
 #include "src/capture/ccd_pix.h"
 
-#include "src/common/bytes.h"
 #include "src/common/find_from.h"
+#include "wire/bytes.h"
+#include "wire/packet.h"
 
 #include <algorithm>
 #include <array>
@@ -91,14 +92,14 @@ CcdPix::CcdPix() {
 }
 
 CcdReply CcdPix::Accept(const uint8_t *reply) {
-    const uint8_t *data = reply + kCcdReplyHeader;
-    if (Load32(reply) != kResponseBytes)
+    const uint8_t *data = reply + wire::kResponsesAt;
+    if (wire::Load32(reply + wire::kResponseLengthAt) != kResponseBytes)
         return CcdReply::BadLength;
     std::memcpy(resp, data, kResponseBytes);
     uint32_t sum = 0;
     for (int i = 0; i < kResponseBytes; i++)
         sum += data[i];
-    if (sum != Load32(reply + 4))
+    if (sum != wire::Load32(reply + wire::kResponseSumAt))
         return CcdReply::BadChecksum;
 
     const GainCurve curve = MakeGainCurve(kRgbExponent);

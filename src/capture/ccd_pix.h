@@ -4,6 +4,7 @@
 
 #include "src/capture/rgb_gain.h"
 #include "src/common/geometry.h"
+#include "wire/packet.h"
 
 #include <atomic>
 #include <cstdint>
@@ -11,8 +12,7 @@
 namespace k274 {
 
 /// Reply of the calibration record: length and checksum of the data, both little-endian, then the data.
-constexpr int kCcdReplyHeader = 8;
-constexpr int kCcdReplyBytes = kCcdReplyHeader + kResponseBytes;
+constexpr uint32_t kCcdReplyBytes = wire::kResponsesAt + kResponseBytes;
 
 enum class CcdReply { Loaded, BadLength, BadChecksum };
 

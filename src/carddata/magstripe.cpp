@@ -1,7 +1,7 @@
 // Track decoding: normalising the bits, finding the sentinels, parity and LRC.
 #include "src/carddata/magstripe.h"
 
-#include "src/common/bytes.h"
+#include "wire/bytes.h"
 
 #include <algorithm>
 #include <cstring>
@@ -29,7 +29,7 @@ constexpr int32_t kBitsKeptFree = 20; // no character begins in a track's last b
 
 /// Bits outside the block read as 0.
 int Bit(const TrackDecoder &track, int32_t position) {
-    return position >= 0 && position < static_cast<int32_t>(kTrackBits) ? track.bits[position] : 0;
+    return position >= 0 && position < static_cast<int32_t>(wire::kTrackBits) ? track.bits[position] : 0;
 }
 
 bool BitsRead(const TrackDecoder &track, int32_t position, int step, const char *pattern) {
@@ -41,7 +41,7 @@ bool BitsRead(const TrackDecoder &track, int32_t position, int step, const char 
 
 /// Position of the start sentinel, -1 without one. A track that fills its block has none.
 int32_t FindStart(const TrackFormat &format, const TrackDecoder &track) {
-    if (track.bitCount >= static_cast<int32_t>(kTrackBits))
+    if (track.bitCount >= static_cast<int32_t>(wire::kTrackBits))
         return -1;
     for (int32_t position = format.firstPosition; position <= track.bitCount / 2; ++position)
         if (BitsRead(track, position - 2, 1, format.startSentinel))
@@ -81,7 +81,7 @@ struct CharacterReader {
 };
 
 void Reverse(TrackDecoder *track) {
-    if (track->bitCount > 0 && track->bitCount <= static_cast<int32_t>(kTrackBits))
+    if (track->bitCount > 0 && track->bitCount <= static_cast<int32_t>(wire::kTrackBits))
         std::reverse(track->bits, track->bits + track->bitCount);
 }
 
@@ -105,7 +105,7 @@ bool EndsInSentinel(const TrackDecoder &track, const char *sentinel, int zerosBe
     if (track.bitCount < kFewestBitsBackward)
         return false;
     const int32_t lowest = std::max(track.bitCount - 99, kFewestBitsBackward);
-    for (int32_t last = std::min(track.bitCount, static_cast<int32_t>(kTrackBits)) - 1; last >= lowest;
+    for (int32_t last = std::min(track.bitCount, static_cast<int32_t>(wire::kTrackBits)) - 1; last >= lowest;
          --last)
         if (Bit(track, last) == 1)
             return BitsRead(track, last + 1, 1, &"0000"[4 - zerosBehind]) &&
@@ -142,14 +142,14 @@ void DecodeTrack(const TrackFormat &format, TrackDecoder *track) {
     track->error = !lrcGood && (reader.lrc != 0 || !reader.parityOdd) ? 1 : 0;
 }
 
-void DecodeTracks(const uint8_t (&reply)[kTrackReplyBytes], MagneticRecord *record) {
+void DecodeTracks(const uint8_t (&reply)[kTracksBytes], MagneticRecord *record) {
     TrackDecoder tracks[kTracks];
     for (int i = 0; i < kTracks; ++i) {
-        const uint8_t *block = reply + static_cast<size_t>(i) * kTrackBlockBytes;
+        const uint8_t *block = reply + static_cast<size_t>(i) * wire::kTrackBlockBytes;
         // The scanner sends the bits inverted and the last one first.
-        std::transform(block, block + kTrackBits, tracks[i].bits,
+        std::transform(block, block + wire::kTrackBits, tracks[i].bits,
                        [](uint8_t bit) { return static_cast<uint8_t>(bit == 0); });
-        tracks[i].bitCount = static_cast<int32_t>(Load32(block + kTrackBits));
+        tracks[i].bitCount = static_cast<int32_t>(wire::Load32(block + wire::kTrackBits));
         Reverse(&tracks[i]);
     }
     DecodeAll(tracks);
@@ -163,7 +163,7 @@ void DecodeTracks(const uint8_t (&reply)[kTrackReplyBytes], MagneticRecord *reco
         MagneticTrack &entry = record->tracks[i];
         entry.count = static_cast<uint8_t>(tracks[i].count);
         entry.error = static_cast<uint8_t>(tracks[i].error);
-        Store16(entry.bits, static_cast<uint16_t>(tracks[i].bitCount & 0xFFFF));
+        wire::Store16(entry.bits, static_cast<uint16_t>(tracks[i].bitCount & 0xFFFF));
         std::memcpy(entry.text, tracks[i].characters, static_cast<size_t>(tracks[i].count));
     }
 }

@@ -3,18 +3,17 @@
 #pragma once
 
 #include "src/state/magstripe_record.h"
+#include "wire/packet.h"
 
 namespace k274 {
 
-constexpr size_t kTrackBits = 1020; // one byte a bit
-constexpr size_t kTrackBlockBytes = kTrackBits + 4;
-constexpr size_t kTrackReplyBytes = kTracks * kTrackBlockBytes;
+constexpr size_t kTracksBytes = kTracks * wire::kTrackBlockBytes;
 
 /// Bits and characters of one track.
 struct TrackDecoder {
-    uint8_t bits[kTrackBits] = {}; // 0 or 1
-    int32_t bitCount = 0;          // as the scanner says; any value
-    int count = 0;                 // characters
+    uint8_t bits[wire::kTrackBits] = {}; // 0 or 1
+    int32_t bitCount = 0;                // as the scanner says; any value
+    int count = 0;                       // characters
     int error = 0;
     bool started = false; // a start sentinel was found
     uint8_t characters[kMaxTrackCharacters] = {};
@@ -35,7 +34,7 @@ extern const TrackFormat kSevenBit, kFiveBit;
 void DecodeTrack(const TrackFormat &format, TrackDecoder *track);
 
 /// Decodes the scanner's reply, three blocks of bits with their counts, and fills the record.
-void DecodeTracks(const uint8_t (&reply)[kTrackReplyBytes], MagneticRecord *record);
+void DecodeTracks(const uint8_t (&reply)[kTracksBytes], MagneticRecord *record);
 
 /// The two characters by which the log tells a bad track: "E1", "E3" or "E2" in this order, else blanks.
 const char *StripeMark(const MagneticRecord &record);

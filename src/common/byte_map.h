@@ -1,7 +1,7 @@
 // Bytes through a table of 256, the one operation on images that vectors do not help with.
 #pragma once
 
-#include "src/common/bytes.h"
+#include "wire/bytes.h"
 
 #include <array>
 #include <cstdint>
@@ -14,7 +14,7 @@ using ByteMap = std::array<uint8_t, 256>;
 inline void MapBytes(const ByteMap &map, const uint8_t *from, int count, uint8_t *to) {
     int i = 0;
     for (; i + 4 <= count; i += 4) {
-        const uint32_t four = Load32(from + i);
+        const uint32_t four = wire::Load32(from + i);
         to[i] = map[four & 255];
         to[i + 1] = map[four >> 8 & 255];
         to[i + 2] = map[four >> 16 & 255];

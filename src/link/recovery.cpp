@@ -10,12 +10,6 @@ namespace k274 {
 
 namespace {
 
-constexpr uint32_t kOutPipe = 2;
-constexpr uint32_t kInPipe = 0x81;
-
-constexpr uint32_t kHardReset = 1;
-constexpr uint32_t kCyclePort = 2;
-
 constexpr uint32_t kOfflineWaitMs = 500; // for the scanner to go
 constexpr uint32_t kCycleWaitMs = 1000;  // in all, for it to come back
 constexpr uint32_t kStepMs = 10;
@@ -35,8 +29,8 @@ uint32_t DriverResetPipe(uint32_t pipe) {
 
 bool Transport::ResetPipes() {
     os::SleepMs(10);
-    const uint32_t in = DriverResetPipe(kInPipe);
-    const uint32_t out = DriverResetPipe(kOutPipe);
+    const uint32_t in = DriverResetPipe(wire::kInPipe);
+    const uint32_t out = DriverResetPipe(wire::kOutPipe);
     lastResetStatus_ = out;
     const bool ok = in == 0 && out == 0;
     log.Usb(ok ? "Reset Pipe OK" : "Reset Pipe ERR");
@@ -46,7 +40,7 @@ bool Transport::ResetPipes() {
 bool Transport::HardReset() {
     os::SleepMs(20);
     log.Usb("Hard Reset...");
-    lastResetStatus_ = DriverReset(kHardReset);
+    lastResetStatus_ = DriverReset(wire::driver::kHardReset);
     const bool ok = lastResetStatus_ == 0;
     log.Usb(ok ? "Reset Port OK" : "Reset Port ERR");
     return ok;
@@ -55,7 +49,7 @@ bool Transport::HardReset() {
 void Transport::CyclePort() {
     os::SleepMs(100);
     log.Usb("Cycle Port...");
-    lastResetStatus_ = DriverReset(kCyclePort);
+    lastResetStatus_ = DriverReset(wire::driver::kCyclePort);
     log.Usb(lastResetStatus_ == 0 ? "Cycle Port OK" : "Cycle Port ERR");
     uint32_t waited = 0;
     for (; deviceLink.online && waited < kOfflineWaitMs; waited += kStepMs)

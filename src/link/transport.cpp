@@ -4,6 +4,7 @@
 #include "src/common/text.h"
 #include "src/link/attach.h"
 #include "src/log/log.h"
+#include "wire/status.h"
 
 #include <new>
 
@@ -11,14 +12,7 @@ namespace k274 {
 
 namespace {
 
-constexpr uint32_t kOutPipe = 2;
-constexpr uint32_t kInPipe = 0x81;
 constexpr uint32_t kTimeoutMs = 999;
-
-// A bare header-less reply that the scanner gives to any data request.
-constexpr uint32_t kBareReply = 20;
-// A bare status record, the reply to a status poll.
-constexpr uint32_t kBareStatus = 80;
 
 constexpr uint32_t kLoggedReplyErrors = 6; // consecutive ones
 constexpr int32_t kLoggedErrors = 2;       // since the last attach, whatever the verbosity
@@ -29,14 +23,14 @@ struct Transfer {
 
 Transfer Out(void *device, const void *bytes, uint32_t size) {
     Transfer transfer{0, 0};
-    transfer.status = WDU_TransferBulk(device, kOutPipe, 0, 0, const_cast<void *>(bytes), size,
+    transfer.status = WDU_TransferBulk(device, wire::kOutPipe, 0, 0, const_cast<void *>(bytes), size,
                                        &transfer.count, kTimeoutMs);
     return transfer;
 }
 
 Transfer In(void *device, void *bytes, uint32_t size) {
     Transfer transfer{0, 0};
-    transfer.status = WDU_TransferBulk(device, kInPipe, 1, 0, bytes, size, &transfer.count, kTimeoutMs);
+    transfer.status = WDU_TransferBulk(device, wire::kInPipe, 1, 0, bytes, size, &transfer.count, kTimeoutMs);
     return transfer;
 }
 
@@ -52,7 +46,6 @@ bool Transport::CountFailure(uint32_t loggedAtLevel) {
 Transport::Sent Transport::Send(void *device, CmdPkt &packet, uint32_t size) {
     packet.seq = sendSeq_.fetch_add(1) + 1;
     const Transfer transfer = Out(device, &packet, size);
-    transferred_ = transfer.count;
     lastOutStatus_ = transfer.status;
     return {transfer.status, transfer.status == 0 && transfer.count == size};
 }
@@ -61,10 +54,10 @@ uint32_t Transport::SendCmd(CmdPkt &packet) {
     void *device = deviceLink.device;
     if (!device)
         return kNoDeviceSend;
-    const Sent sent = Send(device, packet, kPacketSize);
+    const Sent sent = Send(device, packet, wire::kHeaderBytes);
     if (!sent.complete && CountFailure(1))
         log.Usb(Format("WDU_Bulk_Out Err SendCmd(hdr) %s %d", WdStatusText(sent.status).chars,
-                       static_cast<int>(kPacketSize)));
+                       static_cast<int>(wire::kHeaderBytes)));
     return sent.status;
 }
 
@@ -72,17 +65,17 @@ uint32_t Transport::SendCmdHeader(CmdPkt &packet) {
     void *device = deviceLink.device;
     if (!device)
         return kNoDeviceSend;
-    const Sent sent = Send(device, packet, kHeaderSize);
+    const Sent sent = Send(device, packet, wire::kShortHeaderBytes);
     if (!sent.complete && CountFailure(0))
         log.Usb(Format("WDU_Bulk_Out Err SendCmd(CMD_HDR) %s %d", WdStatusText(sent.status).chars,
-                       static_cast<int>(kHeaderSize)));
+                       static_cast<int>(wire::kShortHeaderBytes)));
     return sent.status;
 }
 
 uint32_t Transport::SendCmdData(CmdPkt &packet, uint32_t size) {
     void *device = deviceLink.device;
     if (!device) {
-        lastOutStatus_ = kStatusDeviceGone;
+        lastOutStatus_ = wire::driver::kDeviceGone;
         return kNoDeviceSend;
     }
     const Sent sent = Send(device, packet, size);
@@ -93,42 +86,36 @@ uint32_t Transport::SendCmdData(CmdPkt &packet, uint32_t size) {
 }
 
 uint32_t Transport::ReadPacketHdr(CmdPkt &packet) {
-    transferred_ = 0;
     void *device = deviceLink.device;
     if (!device)
         return kNoDeviceRead;
-    const Transfer transfer = In(device, &packet, kPacketSize);
-    transferred_ = transfer.count;
-    lastInStatus_ = transfer.status;
+    const Transfer transfer = In(device, &packet, wire::kHeaderBytes);
     if (transfer.status == 0)
         replyErrorRun_ = 0;
     else if (replyErrorRun_.fetch_add(1) < kLoggedReplyErrors)
         log.Usb(Format("WDU_Bulk_in err ReadPacket(hdr) %s %d:%d", WdStatusText(transfer.status).chars,
-                       static_cast<int>(kPacketSize), transfer.count));
-    return transfer.status == 0 && transfer.count == kPacketSize ? kComplete : kIncomplete;
+                       static_cast<int>(wire::kHeaderBytes), transfer.count));
+    return transfer.status == 0 && transfer.count == wire::kHeaderBytes ? kComplete : kIncomplete;
 }
 
 uint32_t Transport::ReadPacket(uint32_t size) {
-    transferred_ = 0;
     void *device = deviceLink.device;
     if (!device)
         return kNoDeviceRead;
     const auto [status, count] = In(device, transferBuffer, kTransferBufferSize);
-    transferred_ = count;
-    lastInStatus_ = status;
     if (status != 0) {
         if (CountFailure(1))
             log.Usb(Format("WDU_Bulk_In err ReadPacket(%d:%d) %s", size, count, WdStatusText(status).chars));
         return kReadFailed;
     }
     const bool whole = count == size + kReplyDataOffset;
-    if (!whole && count != size && count != kBareReply) {
+    if (!whole && count != size && count != wire::kBareReplyBytes) {
         // A bare status record of 80 bytes, too, is complete for the poll alone, where it is the size itself.
         log.Usb(Format("ReadPacket err pktsz %d, xfred %d, sn %d:%d", size, count, sendSeq_.load(),
-                       Load32(transferBuffer + offsetof(CmdPkt, seq))));
+                       wire::Load32(transferBuffer + offsetof(CmdPkt, seq))));
         return kIncomplete;
     }
-    if (!whole && count != kBareStatus && count != kBareReply) {
+    if (!whole && count != wire::kStatusBytes && count != wire::kBareReplyBytes) {
         log.Usb("ReadPacket  ?");
         return kIncomplete;
     }
@@ -136,18 +123,16 @@ uint32_t Transport::ReadPacket(uint32_t size) {
 }
 
 uint32_t Transport::ReadImgPkt(uint8_t *buffer, uint32_t size) {
-    transferred_ = 0;
     void *device = deviceLink.device;
     if (!device)
         return kNoDeviceRead;
     const auto [status, count] = In(device, buffer, size);
-    transferred_ = count;
-    lastInStatus_ = status;
     if (status != 0)
         log.Usb(Format("WDU_Bulk_In err ReadImgPkt(%d:%d) %s ", size, count, WdStatusText(status).chars));
     else if (count != size)
-        log.Usb(Format("ReadImgPkt err ln %d, pktsz %d, xfred %d, sn %d:%d", Load16(buffer + 8), size, count,
-                       sendSeq_.load() - 1, Load32(transferBuffer + offsetof(CmdPkt, seq))));
+        log.Usb(Format("ReadImgPkt err ln %d, pktsz %d, xfred %d, sn %d:%d",
+                       wire::Load16(buffer + wire::field::kWord0), size, count, sendSeq_.load() - 1,
+                       wire::Load32(transferBuffer + offsetof(CmdPkt, seq))));
     return status == 0 && count == size ? kComplete : kIncomplete;
 }
 
@@ -156,32 +141,14 @@ uint32_t Transport::WritePacket(uint32_t size) {
     if (!device)
         return kNoDeviceRead;
     const auto [status, count] = Out(device, transferBuffer, size + kReplyDataOffset);
-    transferred_ = count;
     return status == 0 && count == size + kReplyDataOffset ? kComplete : kIncomplete;
 }
 
 StatusText WdStatusText(uint32_t status) {
-    static constexpr struct {
-        uint32_t status;
-        const char *text;
-    } kNames[] = {
-        {0, "WD_STATUS_SUCCESS"},
-        {0x20000015, "TIMEOUT_EXPIRED"},
-        {0xC0000011, "USBD_STATUS_XACT_ERROR"},
-        {0xC0010000, "USBD_STATUS_CANCELED"},
-        {0xC0007000, "USBD_STATUS_DEVICE_GONE"},
-        {0xC0000012, "USBD_STATUS_BABBLE_DETECTED"},
-        {0x20000002, "WD_INVALID_PIPE_NUMBER"},
-        {0x20000020, "WD_OPERATION_FAILED"},
-        {0x80000600, "WD_USBD_STA_INV_PIPE_HANDLE"},
-        {0x80000300, "WD_USBD_STATUS_INVALID_PARAMETER"},
-    };
     StatusText text;
-    for (const auto &name : kNames) {
-        if (name.status == status) {
-            CopyText(text.chars, sizeof text.chars, name.text);
-            return text;
-        }
+    if (const char *symbol = wire::driver::NamesOf(status).symbol) {
+        CopyText(text.chars, sizeof text.chars, symbol);
+        return text;
     }
     std::snprintf(text.chars, sizeof text.chars, "%X", status);
     return text;

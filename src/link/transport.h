@@ -4,6 +4,7 @@
 #pragma once
 
 #include "src/link/packet.h"
+#include "wire/driver.h"
 
 #include <atomic>
 #include <cstdint>
@@ -13,13 +14,12 @@ namespace k274 {
 // Results of the operations beside the driver's statuses.
 constexpr uint32_t kComplete = 1;
 constexpr uint32_t kIncomplete = 0;
-constexpr uint32_t kNoDeviceSend = 0xFFFFFFFF; // a send without a scanner
-constexpr uint32_t kNoDeviceRead = 0x20000001; // a read without a scanner: the driver's invalid handle
-constexpr uint32_t kReadFailed = 0xFFFFFFFF;   // ReadPacket: the transfer failed
-constexpr uint32_t kStatusDeviceGone = 0xC0007000;
+constexpr uint32_t kNoDeviceSend = 0xFFFFFFFF;                   // a send without a scanner
+constexpr uint32_t kNoDeviceRead = wire::driver::kInvalidHandle; // a read without a scanner
+constexpr uint32_t kReadFailed = 0xFFFFFFFF;                     // ReadPacket: the transfer failed
 
-constexpr uint32_t kTransferBufferSize = 196608;
-constexpr uint32_t kReplyDataOffset = 256; // data replies: header, then data
+constexpr uint32_t kTransferBufferSize = wire::kMostTransferBytes;
+constexpr uint32_t kReplyDataOffset = wire::kHeaderBytes; // data replies: header, then data
 
 class Transport {
 public:
@@ -63,9 +63,8 @@ private:
     Sent Send(void *device, CmdPkt &packet, uint32_t size);
     bool CountFailure(uint32_t loggedAtLevel);
 
-    std::atomic<uint32_t> lastInStatus_{0}, lastOutStatus_{0}, lastResetStatus_{0};
+    std::atomic<uint32_t> lastOutStatus_{0}, lastResetStatus_{0};
     std::atomic<uint32_t> replyErrorRun_{0}; // consecutive failed ReadPacketHdr transfers
-    std::atomic<uint32_t> transferred_{0};
     std::atomic<uint32_t> sendSeq_{0};
     std::atomic<uint32_t> verbose_{0};
 };

@@ -9,23 +9,17 @@
 
 namespace k274 {
 
-namespace {
-
-constexpr uint32_t kReplySize = 8 + kResponseBytes; // length, checksum, data
-
-} // namespace
-
 bool LoadCcdTables() {
     CmdPkt &request = transport.FreshHeader();
     request.code = command::kCalibration;
-    request.word1 = kReplySize;
+    request.word1 = kCcdReplyBytes;
     if (transport.WritePacket(0) != kComplete) {
         log.Write("CcdPix::Init WritePacket err");
         return false;
     }
     // A bare reply counts as complete but carries no record: what lay there before must not pass for one.
     std::fill_n(transport.transferBuffer + kReplyDataOffset, 8, uint8_t{0});
-    if (transport.ReadPacket(kReplySize) != kComplete) {
+    if (transport.ReadPacket(kCcdReplyBytes) != kComplete) {
         log.Write("CcdPix::Init ReadPacket err");
         return false;
     }

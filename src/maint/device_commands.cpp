@@ -44,7 +44,7 @@ void ResetScanner() {
 
 uint8_t LogIn(uint8_t flag) {
     LabJackSet(kRigLogIn, flag ? kRigLow : kRigHigh);
-    CmdPkt packet(command::kLogIn, 2);
+    CmdPkt packet(command::kLogIn, wire::sub::logIn::kSetFlag);
     packet.arg0 = flag;
     uint32_t status;
     {
@@ -91,14 +91,14 @@ int32_t ExchangeParameters(K274_Parameters &block, uint8_t mode) {
         return kFailed;
     CmdPkt packet(command::kParameters, mode);
     for (int i = 0; i < kFields; ++i)
-        Store32(packet.payload + 4 * i, block.fields[i]);
+        wire::Store32(packet.payload + 4 * i, block.fields[i]);
     {
         std::unique_lock lock(deviceLock, std::try_to_lock);
         if (!lock || !FwCmd(packet))
             return kFailed;
     }
     for (int i = 0; i < kFields; ++i)
-        block.fields[i] = Load32(packet.payload + 4 * i);
+        block.fields[i] = wire::Load32(packet.payload + 4 * i);
     if (mode == kReadBlock) {
         std::lock_guard guard(recordLock);
         session.metadata.parameter0 = block.fields[0];
@@ -111,14 +111,14 @@ int32_t ExchangeParameters(K274_Parameters &block, uint8_t mode) {
 bool ExchangeAfe(AfeRegisters &registers, uint8_t mode) {
     CmdPkt packet(command::kAfeRegisters, mode);
     for (int i = 0; i < kAfeWords; ++i)
-        Store16(packet.payload + 2 * i, registers.words[i]);
+        wire::Store16(packet.payload + 2 * i, registers.words[i]);
     {
         DeviceGuard guard(deviceLock);
         if (!FwCmd(packet))
             return false;
     }
     for (int i = 0; i < kAfeWords; ++i)
-        registers.words[i] = Load16(packet.payload + 2 * i);
+        registers.words[i] = wire::Load16(packet.payload + 2 * i);
     std::lock_guard guard(recordLock);
     session.afe = registers;
     return true;

@@ -5,6 +5,7 @@
 #include "src/log/log.h"
 #include "src/state/flags.h"
 #include "src/state/locks.h"
+#include "wire/status.h"
 
 #include <algorithm>
 #include <cstring>
@@ -48,7 +49,7 @@ RecordRead ReadRecord(DataRecord which, uint8_t (&record)[kRecordBytes]) {
         lock.lock();
     else if (!lock.try_lock())
         return RecordRead::Busy;
-    CmdPkt packet(CodeOf(which), 'r');
+    CmdPkt packet(CodeOf(which), wire::sub::record::kRead);
     transport.SendCmd(packet);
     const bool read = transport.ReadPacketHdr(packet) == kComplete;
     std::copy_n(packet.Record(), kRecordBytes, record);
@@ -56,7 +57,7 @@ RecordRead ReadRecord(DataRecord which, uint8_t (&record)[kRecordBytes]) {
 }
 
 bool WriteRecord(DataRecord which, const uint8_t (&record)[kRecordBytes]) {
-    CmdPkt packet(CodeOf(which), 'w');
+    CmdPkt packet(CodeOf(which), wire::sub::record::kWrite);
     std::copy_n(record, kRecordBytes, packet.Record());
     DeviceGuard guard(deviceLock);
     const bool sent = transport.SendCmd(packet) == 0;
@@ -71,7 +72,8 @@ int32_t SaveWcc(const uint8_t *response) {
         DeviceGuard guard(deviceLock);
         CmdPkt &header = transport.FreshHeader();
         header.code = command::kCalibration;
-        header.sub = state.scanMode == kScanModeRgbOnly ? 2 : 1;
+        header.sub = state.scanMode == wire::kVisibleLightOnly ? wire::sub::calibration::kWriteVisible
+                                                               : wire::sub::calibration::kWrite;
         header.word1 = kResponseBytes;
         std::fill(std::copy_n(response, kResponseBytes, Data()), Data() + kResponseWrite, uint8_t{0});
         written = transport.WritePacket(kResponseWrite);

@@ -2,12 +2,14 @@
 // lock.
 #pragma once
 
+#include "wire/packet.h"
+
 #include <cstdint>
 
 namespace k274 {
 
-constexpr int kFlashBlockBytes = 4096;
-constexpr int kRecordBytes = 128;
+constexpr int kFlashBlockBytes = wire::kFlashBlockBytes;
+constexpr int kRecordBytes = wire::field::kRecordBytes;
 
 /// @return false when the device lock was taken twice, 100 ms apart; what does not arrive is zero
 bool ReadFlashBlock(uint8_t (&block)[kFlashBlockBytes], uint16_t number);

@@ -7,6 +7,7 @@
 #include "src/state/flags.h"
 #include "src/state/locks.h"
 #include "src/state/session.h"
+#include "wire/version.h"
 
 #include <algorithm>
 
@@ -14,19 +15,15 @@ namespace k274 {
 
 namespace {
 
-constexpr size_t kMostFileBytes = 131072;
 constexpr int32_t kHoldOffPasses = 60;
 constexpr int kImageResource = 101;
 
-enum FlashSub : uint8_t { kLoadImage = 1, kProgramImage = 2, kFormat = 3 };
-enum FpgaSub : uint8_t { kEraseAndProgram = 0, kProgramOnly = 1, kEraseOnly = 2 };
-
 uint8_t *StagingArea() { return transport.transferBuffer + kReplyDataOffset; }
-static_assert(kMostFileBytes + kReplyDataOffset <= kTransferBufferSize);
+static_assert(wire::kMostImageBytes + kReplyDataOffset <= kTransferBufferSize);
 
 // Reads a file into the staging area and logs its size; what does not fit is cut off.
 bool StageFile(const char *path, const char *openError, size_t *size) {
-    if (!os::ReadFileInto(path ? path : "", StagingArea(), kMostFileBytes, size)) {
+    if (!os::ReadFileInto(path ? path : "", StagingArea(), wire::kMostImageBytes, size)) {
         log.Image(openError);
         return false;
     }
@@ -46,11 +43,11 @@ size_t StageCarriedImage() {
 ProgramResult LoadFlash(size_t size, bool fromFile) {
     CmdPkt &header = transport.FreshHeader();
     header.code = command::kFlash;
-    header.sub = kLoadImage;
+    header.sub = wire::sub::flash::kLoad;
     header.SetDword0(static_cast<uint32_t>(size));
-    header.arg0 = kLibraryFirmwareVersion[0];
-    header.arg1 = kLibraryFirmwareVersion[1];
-    header.arg2 = kLibraryFirmwareVersion[2];
+    header.arg0 = wire::kVersion[0];
+    header.arg1 = wire::kVersion[1];
+    header.arg2 = wire::kVersion[2];
     header.arg3 = fromFile ? 1 : 0;
     if (transport.WritePacket(static_cast<uint32_t>(size)) == kIncomplete)
         return kNotTransferred;
@@ -81,7 +78,7 @@ ProgramResult ProgFlash(const char *path) {
     }
     if (const ProgramResult loaded = LoadFlash(size, path != nullptr); loaded != kProgrammed)
         return loaded;
-    CmdPkt program(command::kFlash, kProgramImage);
+    CmdPkt program(command::kFlash, wire::sub::flash::kProgram);
     transport.SendCmd(program);
     log.Image("Programing firmware...");
     os::SleepMs(200);
@@ -95,14 +92,14 @@ ProgramResult ProgramFirmware(const char *path) {
 }
 
 void FormatFlash() {
-    CmdPkt packet(command::kFlash, kFormat);
+    CmdPkt packet(command::kFlash, wire::sub::flash::kFormat);
     DeviceGuard guard(deviceLock);
     transport.SendCmd(packet);
 }
 
 void EraseFpga() {
     log.Image("Erase FPGA...");
-    CmdPkt packet(command::kFpga, kEraseOnly);
+    CmdPkt packet(command::kFpga, wire::sub::fpga::kErase);
     DeviceGuard guard(deviceLock);
     transport.SendCmd(packet);
 }
@@ -130,7 +127,7 @@ ProgramResult ProgFpga(const char *path, bool eraseFirst) {
     log.Image(eraseFirst ? "Program FPGA..." : "Program FPGA - no erase...");
     CmdPkt &header = transport.FreshHeader();
     header.code = command::kFpga;
-    header.sub = eraseFirst ? kEraseAndProgram : kProgramOnly;
+    header.sub = eraseFirst ? wire::sub::fpga::kEraseAndProgram : wire::sub::fpga::kProgramOnly;
     header.SetDword0(static_cast<uint32_t>(size));
     return transport.WritePacket(static_cast<uint32_t>(size)) == kIncomplete ? kNotTransferred : kProgrammed;
 }

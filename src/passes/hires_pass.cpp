@@ -26,8 +26,6 @@ namespace {
 constexpr int kLinesPerPacket = 5;
 constexpr uint32_t kLineBytes = 3 * kHrPixels;
 constexpr uint32_t kPacketBytes = kLinesPerPacket * kLineBytes;
-constexpr uint8_t kHiresSub = 1;
-constexpr size_t kProgressOffset = 20; // in the reply's header
 
 ColourView Lines() { return {hiresStore, kHrLines, kHrPixels}; }
 ColourView Turned() { return {hiresStore + kHrImageBytes, kHrPixels, kHrLines}; }
@@ -40,7 +38,7 @@ bool AllocateStore() {
 }
 
 bool SendRequest(int index) {
-    CmdPkt request(command::kHiresLines, kHiresSub);
+    CmdPkt request(command::kHiresLines, wire::sub::hires::kOneWay);
     request.word0 = static_cast<uint16_t>(index);
     request.word1 = kLinesPerPacket;
     return transport.SendCmd(request) == 0;
@@ -141,7 +139,7 @@ bool Xfr12S() {
             break;
         StoreLines(index - kShortOffset);
         pace.done = kHeadLines - index;
-        pace.gap = Load16(transport.transferBuffer + kProgressOffset) - pace.done;
+        pace.gap = wire::Load16(transport.transferBuffer + wire::kHiresProgressAt) - pace.done;
         if (pace.gap < 2 * kLinesPerPacket)
             os::SleepMs(10);
     } while (index - kShortOffset >= kLinesPerPacket && Running());

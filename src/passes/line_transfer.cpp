@@ -59,7 +59,7 @@ bool FetchLinePacket(const LineChannel &channel, int index) {
     return false;
 }
 
-int PacketProgress() { return Load16(transport.imagePacketBuffer + kProgressOffset); }
+int PacketProgress() { return wire::Load16(transport.imagePacketBuffer + kProgressOffset); }
 
 uint32_t ReadFirstRgbPixels() {
     log.Image("RGB get 1st line");
@@ -68,7 +68,7 @@ uint32_t ReadFirstRgbPixels() {
     // A buffer of its own: this runs without the device lock, beside a scan that fills the shared one.
     uint8_t line[kRgbLineBytes];
     const uint32_t result = transport.ReadImgPkt(line, sizeof line);
-    return result == kComplete ? Load32(line + kPixelOffset) : result;
+    return result == kComplete ? wire::Load32(line + kPixelOffset) : result;
 }
 
 } // namespace k274

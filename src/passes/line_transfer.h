@@ -18,17 +18,22 @@ struct LineChannel {
     int recoveries; // that failed sends are followed by
 };
 
-constexpr LineChannel kRgbChannel = {
-    "Rgb", " left", command::kRgbLines, CmdPkt::kFresh, kRgbLinesPerPacket, kRgbLinesPerPacket *kRgbLineBytes,
-    1};
+constexpr LineChannel kRgbChannel = {"Rgb",
+                                     " left",
+                                     command::kRgbLines,
+                                     wire::kFreshStatus,
+                                     kRgbLinesPerPacket,
+                                     kRgbLinesPerPacket *kRgbLineBytes,
+                                     1};
 constexpr LineChannel kIrChannel = {
     "IR", "", command::kIrLines, 0, kIrLinesPerPacket, kIrLinesPerPacket *kLinePixels, 2};
 constexpr LineChannel kUvChannel = {
-    "UV", " left", command::kUvLines, CmdPkt::kFresh, kUvLinesPerPacket, kUvLinesPerPacket *kUvLineBytes, 1};
+    "UV", " left", command::kUvLines, wire::kFreshStatus, kUvLinesPerPacket, kUvLinesPerPacket *kUvLineBytes,
+    1};
 
 // Image packets: the scanner's progress in lines, then the pixels.
-constexpr uint32_t kProgressOffset = 16;
-constexpr uint32_t kPixelOffset = 24;
+constexpr uint32_t kProgressOffset = wire::kProgressAt;
+constexpr uint32_t kPixelOffset = wire::kShortHeaderBytes;
 
 /// The host keeps this distance, in packets, from the scanning head.
 constexpr int kPacePackets = 4;

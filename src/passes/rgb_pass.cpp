@@ -20,7 +20,7 @@
 #include "src/state/measures.h"
 #include "src/state/session.h"
 #include "src/state/settings.h"
-#include "src/state/status_bits.h"
+#include "wire/status.h"
 
 #include <cstring>
 
@@ -58,7 +58,7 @@ PassEnd FetchLines() {
         log.FlushDeferred();
         ++pass.packets;
         // A re-send fetches lines of a scan that has ended.
-        const bool ended = state.statusWord & kStatusEnd && !state.resendRequest;
+        const bool ended = state.statusWord & wire::status::kEnd && !state.resendRequest;
         if (pass.index < kLastFullIndex || !Running() || ended)
             break;
     }

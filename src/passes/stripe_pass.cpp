@@ -20,7 +20,6 @@ namespace {
 
 constexpr int kLinesPerRequest = 32;
 constexpr uint32_t kBlockBytes = kLinesPerRequest * K274_MSIR_WIDTH;
-constexpr uint32_t kTrackReply = 4096;
 
 // A bare header counts as a complete reply: what it lacks is black, not what the buffer held.
 bool Read(uint32_t size) {
@@ -71,9 +70,9 @@ void MsrIrImg() {
 // A failed exchange leaves the record of the card before.
 void ReadMagStripe() {
     CmdPkt request(command::kStripeTracks);
-    if (transport.SendCmd(request) != 0 || !Read(kTrackReply))
+    if (transport.SendCmd(request) != 0 || !Read(wire::kTrackReplyBytes))
         return;
-    uint8_t blocks[kTrackReplyBytes];
+    uint8_t blocks[kTracksBytes];
     std::memcpy(blocks, transport.ReplyData(), sizeof blocks);
     MagneticRecord record;
     DecodeTracks(blocks, &record);

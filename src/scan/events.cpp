@@ -1,4 +1,5 @@
 // The scanner's own events: short texts that become log lines and scan states.
+#include "wire/events.h"
 #include "src/common/text.h"
 #include "src/link/transport.h"
 #include "src/log/log.h"
@@ -11,6 +12,8 @@ namespace k274 {
 
 namespace {
 
+namespace event = wire::event;
+
 // Events in the first seconds tell of what happened before the library watched.
 constexpr double kDeafSeconds = 2.0;
 
@@ -20,27 +23,27 @@ struct KnownEvent {
     int32_t code; // 0: none
 };
 constexpr KnownEvent kKnownEvents[] = {
-    {"Card in", true, K274_STATE_CARD_IN},
-    {"Card out", false, K274_STATE_CARD_OUT},
-    {"Door opened", true, K274_STATE_DOOR_OPENED},
-    {"Door closed", true, K274_STATE_DOOR_CLOSED},
-    {"Eject button", true, K274_STATE_EJECT_BUTTON},
-    {"Cleaning card", true, K274_STATE_CLEANING_CARD},
-    {"Reset - Power on", false, 0},
-    {"Reset - Button", true, 0},
-    {"Card ejected", false, 0},
-    {"Scan Done", false, 0},
+    {event::kCardIn, true, K274_STATE_CARD_IN},
+    {event::kCardOut, false, K274_STATE_CARD_OUT},
+    {event::kDoorOpened, true, K274_STATE_DOOR_OPENED},
+    {event::kDoorClosed, true, K274_STATE_DOOR_CLOSED},
+    {event::kEjectButton, true, K274_STATE_EJECT_BUTTON},
+    {event::kCleaningCard, true, K274_STATE_CLEANING_CARD},
+    {event::kPowerOn, false, 0},
+    {event::kResetButton, true, 0},
+    {event::kCardEjected, false, 0},
+    {event::kScanDone, false, 0},
 };
 
 bool Is(const char *text, const char *other) { return std::strcmp(text, other) == 0; }
 bool Contains(const char *text, const char *phrase) { return std::strstr(text, phrase) != nullptr; }
 
 void LogEvent(const char *text, const KnownEvent *known) {
-    if (Is(text, "Card in"))
+    if (Is(text, event::kCardIn))
         log.Blank();
     if (!known || known->logged)
         log.Fw(text);
-    if (Is(text, "Reset - Power on") || Is(text, "Reset - Button"))
+    if (Is(text, event::kPowerOn) || Is(text, event::kResetButton))
         log.Blank();
 }
 
@@ -55,17 +58,17 @@ void HandleEvent(const char *text) {
         RaiseScanState(static_cast<K274_State>(known->code));
 
     // The scanner adds to these phrases, so that they are looked for within the text.
-    for (const char *phrase : {"card slipped", "Scan timeout"}) {
+    for (const char *phrase : {event::kCardSlipped, event::kScanTimeout}) {
         if (Contains(text, phrase)) {
             ClearImages(0);
             monitor.cancelled = true;
         }
     }
-    if (Contains(text, "Card jammed")) {
+    if (Contains(text, event::kCardJammed)) {
         RaiseScanState(K274_STATE_CARD_JAMMED);
         monitor.cancelled = true;
     }
-    if (Contains(text, "Undef IRQ"))
+    if (Contains(text, event::kUndefinedInterrupt))
         RaiseScanState(K274_STATE_UNDEFINED_IRQ);
 }
 
@@ -76,8 +79,8 @@ bool ReadEvent() {
     transport.SendCmd(packet);
     if (transport.LastOutStatus() != 0 || transport.ReadPacketHdr(packet) != kComplete)
         return false;
-    char text[kPacketSize - kRecordOffset + 1]; // the scanner may forget the terminator
-    std::memcpy(text, packet.Bytes() + kRecordOffset, sizeof text - 1);
+    char text[wire::kHeaderBytes - wire::field::kRecord + 1]; // the scanner may forget the terminator
+    std::memcpy(text, packet.Bytes() + wire::field::kRecord, sizeof text - 1);
     text[sizeof text - 1] = 0;
     if (!text[0])
         return false;

@@ -16,6 +16,7 @@
 #include "src/state/notify.h"
 #include "src/state/session.h"
 #include "src/state/settings.h"
+#include "wire/status.h"
 
 namespace k274 {
 
@@ -54,7 +55,7 @@ void ResendLastScan() {
     Transfer(XfrRgb);
     SetScanState(K274_STATE_RGB_DONE);
     SetScanState(K274_STATE_CARD_MEASURED);
-    if (state.scanMode == kScanModeRgbOnly) {
+    if (state.scanMode == wire::kVisibleLightOnly) {
         SetScanState(K274_STATE_COMPLETE);
         return;
     }

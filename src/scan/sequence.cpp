@@ -28,7 +28,7 @@
 #include "src/state/notify.h"
 #include "src/state/session.h"
 #include "src/state/settings.h"
-#include "src/state/status_bits.h"
+#include "wire/status.h"
 
 namespace k274 {
 
@@ -57,7 +57,7 @@ bool NotCancelledByEvent() {
 // Ends a scan whose transfer failed. A lost scanner's failed poll has every bit and so counts as a jam here;
 // the link state tells of it.
 bool EndTransfer(const char *jam, const char *error) {
-    if (static_cast<uint32_t>(PollStatus()) & kStatusJam) {
+    if (static_cast<uint32_t>(PollStatus()) & wire::status::kJam) {
         log.Image(jam);
     } else {
         SetScanState(K274_STATE_CANCELLED);
@@ -80,12 +80,12 @@ void Prepare() {
 }
 
 bool AwaitFirstStage() {
-    if (WaitForStatus(kStatusFirst, false) != kWaitFailed && Running())
+    if (WaitForStatus(wire::status::kFirst, false) != kWaitFailed && Running())
         return true;
     const auto word = static_cast<uint32_t>(PollStatus());
-    if (word & kStatusJam)
+    if (word & wire::status::kJam)
         return Cancel("EV_CANCEL - Card jam");
-    if (word & kStatusCleaning) {
+    if (word & wire::status::kCleaning) {
         SetScanState(K274_STATE_CLEANING_CARD);
         return Cancel("EV_CANCEL - Cleaning card");
     }
@@ -135,7 +135,7 @@ void Measure() {
 
 // The rest of a scan that takes the visible-light pass alone.
 void FinishRgbOnly() {
-    WaitForStatus(kStatusEnd, true);
+    WaitForStatus(wire::status::kEnd, true);
     ++state.scanCounter;
     SetScanState(K274_STATE_COMPLETE);
     if (measures.cardClass == kMaintenanceClass) {
@@ -231,10 +231,10 @@ bool JitterCardWasScanned() {
 
 // The rest of a scan of all passes.
 void FinishFull() {
-    if (!Await(STE_SCAN_IR, false, "EV_CANCEL - Timeout waiting for STE_SCAN_IR") || !NotCancelledByEvent() ||
-        !TransferInfrared())
+    if (!Await(wire::status::kIr, false, "EV_CANCEL - Timeout waiting for STE_SCAN_IR") ||
+        !NotCancelledByEvent() || !TransferInfrared())
         return;
-    if (!Await(STE_SCAN_LST, true, "EV_CANCEL - Timeout waiting for STE_SCAN_LST") ||
+    if (!Await(wire::status::kLast, true, "EV_CANCEL - Timeout waiting for STE_SCAN_LST") ||
         !NotCancelledByEvent() || !TransferLast())
         return;
     StampScanTime();
@@ -243,7 +243,7 @@ void FinishFull() {
     if (!Await(0, true, "EV_CANCEL - Timeout waiting for DONE"))
         return;
     log.FlushDeferred();
-    WaitForStatus(kStatusEnd, true);
+    WaitForStatus(wire::status::kEnd, true);
     ++state.scanCounter;
     CheckLength();
     SetScanState(K274_STATE_COMPLETE);
@@ -261,14 +261,14 @@ void ScanSequence() {
     if (!AwaitFirstStage())
         return;
     TakeStripe();
-    if (!Await(STE_SCAN_RGB, false, "EV_CANCEL - Timeout waiting for STE_SCAN_RGB"))
+    if (!Await(wire::status::kRgb, false, "EV_CANCEL - Timeout waiting for STE_SCAN_RGB"))
         return;
     if (!TransferRgb())
         return;
     if (barcode.enabled == 1)
         StartBarcodeDecode();
     Measure();
-    if (state.scanMode == kScanModeRgbOnly)
+    if (state.scanMode == wire::kVisibleLightOnly)
         FinishRgbOnly();
     else
         FinishFull();

@@ -12,6 +12,8 @@
 #include "src/state/locks.h"
 #include "src/state/notify.h"
 #include "src/state/session.h"
+#include "wire/status.h"
+#include "wire/version.h"
 
 #include <algorithm>
 
@@ -19,7 +21,6 @@ namespace k274 {
 
 namespace {
 
-constexpr uint8_t kLibraryVersion[3] = {2, 3, 7};
 constexpr int32_t kExpectedBarcodeMajor = 1;
 constexpr int32_t kExpectedBarcodeMinor = 5;
 
@@ -60,7 +61,7 @@ FixedText<128> VersionLine(const char *label, const uint8_t (&version)[3]) {
 }
 
 void UpgradeFirmware() {
-    const uint8_t *version = kLibraryFirmwareVersion;
+    const uint8_t *version = wire::kVersion;
     if (const int32_t holdOff = state.firmwareHoldOff) {
         log.Write(Format("fwver,   Firmware recently updated, tmr = %d", holdOff));
         return;
@@ -71,11 +72,11 @@ void UpgradeFirmware() {
 }
 
 void CompareFirmware(const uint8_t (&firmware)[3]) {
-    if (Number(firmware) == Number(kLibraryFirmwareVersion))
+    if (Number(firmware) == Number(wire::kVersion))
         return;
     const uint8_t *is = firmware;
-    const uint8_t *shouldBe = kLibraryFirmwareVersion;
-    if (Number(firmware) < Number(kLibraryFirmwareVersion) && state.autoFwUpgrade) {
+    const uint8_t *shouldBe = wire::kVersion;
+    if (Number(firmware) < Number(wire::kVersion) && state.autoFwUpgrade) {
         UpgradeFirmware();
         return;
     }
@@ -87,12 +88,12 @@ void CompareFirmware(const uint8_t (&firmware)[3]) {
 void CheckVersions(const DecoderVersion &found) {
     {
         std::lock_guard guard(recordLock);
-        std::copy(std::begin(kLibraryVersion), std::end(kLibraryVersion), session.version.library);
+        std::copy(std::begin(wire::kVersion), std::end(wire::kVersion), session.version.library);
         session.version.barcodeLibrary[0] = static_cast<uint8_t>(found.major);
         session.version.barcodeLibrary[1] = static_cast<uint8_t>(found.minor);
     }
     log.Write(Format("init,    SD2      ver %d.%d", found.major, found.minor));
-    log.Write(VersionLine("DLL     ", kLibraryVersion));
+    log.Write(VersionLine("DLL     ", wire::kVersion));
     if (!ReadVersion())
         return;
     // Written by this thread alone, so that it reads without the lock.
@@ -115,19 +116,15 @@ void StartupChecks() {
 }
 
 bool SyncFirmware() {
-    constexpr uint8_t kState = 1;
-    constexpr size_t kFlagsOffset = 42;
-    constexpr uint16_t kWantsFirmware = 0x10;
-    constexpr uint16_t kProgramming = 3;
-    CmdPkt packet(command::kMechanism, kState);
+    CmdPkt packet(command::kMechanism, wire::sub::mechanism::kState);
     transport.SendCmd(packet);
     transport.ReadPacketHdr(packet);
-    if (!(packet.Word(kFlagsOffset) & kWantsFirmware)) {
+    if (!(packet.Word(wire::mechanism::kFlags) & wire::mechanism::kWantsFirmware)) {
         StartupChecks();
         return false;
     }
     // Written by the polling thread alone, which this is.
-    if (session.status.device17 == kProgramming)
+    if (session.status.device17 == wire::status::kProgramming)
         return false;
     log.Write("fwupg,   Syncing firmware to DLL's version...");
     ProgFlash(nullptr);

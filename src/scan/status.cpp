@@ -7,6 +7,7 @@
 #include "src/state/monitor_record.h"
 #include "src/state/notify.h"
 #include "src/state/session.h"
+#include "wire/status.h"
 
 #include <algorithm>
 
@@ -14,10 +15,7 @@ namespace k274 {
 
 namespace {
 
-constexpr uint32_t kStatusSize = 80;
 constexpr uint16_t kNoStatus = 0xFFFF; // of the record while no reply has been taken
-
-enum ReplyKind : uint8_t { kReplyReset = 1, kReplyEvent = 2 };
 
 // Sends one mailbox's request when it lies in its range, and empties the mailbox either way.
 void Flush(std::atomic<int32_t> &mailbox, int32_t last, uint8_t code) {
@@ -48,23 +46,24 @@ void CopyMeasure(K274_Status &record) {
 }
 
 void TakeReply(const uint8_t *reply) {
+    using namespace wire::status;
     std::lock_guard guard(recordLock);
     K274_Status &record = session.status;
-    record.device5 = reply[5];
-    record.statusWord = Load16(reply + 6);
-    record.device17 = reply[17];
-    record.device18 = reply[18];
-    for (int i = 0; i < 8; ++i)
-        record.device20[i] = Load16(reply + 20 + 2 * i);
-    record.device36 = Load16(reply + 36);
-    record.device38 = Load16(reply + 38);
-    record.device40 = Load16(reply + 40);
-    record.device42 = Load16(reply + 42);
-    record.device44 = Load32(reply + 44);
-    record.device48 = Load16(reply + 48);
-    record.device50 = Load16(reply + 50);
-    record.device52 = Load32(reply + 52);
-    record.device56 = Load32(reply + 56);
+    record.device5 = reply[kActivity];
+    record.statusWord = wire::Load16(reply + kWord);
+    record.device17 = reply[kJob];
+    record.device18 = reply[kDoor];
+    for (size_t i = 0; i < kReadingWords; ++i)
+        record.device20[i] = wire::Load16(reply + kReadings + 2 * i);
+    record.device36 = wire::Load16(reply + kLogicMillivolts);
+    record.device38 = wire::Load16(reply + kMotorMillivolts);
+    record.device40 = wire::Load16(reply + kFinished);
+    record.device42 = wire::Load16(reply + kCancelled);
+    record.device44 = wire::Load32(reply + kUptime);
+    record.device48 = wire::Load16(reply + kEjects);
+    record.device50 = wire::Load16(reply + kResets);
+    record.device52 = wire::Load32(reply + kScans);
+    record.device56 = wire::Load32(reply + kRgbBlocks);
     CopyMeasure(record);
 }
 
@@ -74,23 +73,23 @@ int32_t ReadStatus() {
         session.status.statusWord = kNoStatus;
     }
     CmdPkt poll(command::kStatusPoll);
-    poll.word1 = kStatusSize;
+    poll.word1 = wire::kStatusBytes;
     poll.arg0 = state.loginFlag;
     poll.arg1 = state.scanMode;
-    if (const uint32_t status = transport.SendCmdData(poll, kStatusSize))
+    if (const uint32_t status = transport.SendCmdData(poll, wire::kStatusBytes))
         return status == kNoDeviceSend ? kPollFailed : 0;
 
     // A short reply counts as complete; the fields that it lacks are zero rather than left from before.
     uint8_t *reply = transport.transferBuffer;
-    std::fill_n(reply, kStatusSize, uint8_t{0});
-    if (transport.ReadPacket(kStatusSize) != kComplete)
+    std::fill_n(reply, wire::kStatusBytes, uint8_t{0});
+    if (transport.ReadPacket(wire::kStatusBytes) != kComplete)
         return kPollFailed;
     TakeReply(reply);
-    const uint16_t word = Load16(reply + 6);
-    const uint8_t kind = reply[4]; // the handling below overwrites the buffer
-    if (kind == kReplyReset && Uptime() > 2.0)
+    const uint16_t word = wire::Load16(reply + wire::status::kWord);
+    const uint8_t kind = reply[wire::status::kKind]; // the handling below overwrites the buffer
+    if (kind == wire::status::kWasReset && Uptime() > 2.0)
         HandleReset();
-    if (kind == kReplyEvent)
+    if (kind == wire::status::kEventWaits)
         ReadEvent();
     return word;
 }

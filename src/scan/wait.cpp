@@ -4,7 +4,7 @@
 #include "src/common/running.h"
 #include "src/scan/status.h"
 #include "src/state/flags.h"
-#include "src/state/status_bits.h"
+#include "wire/status.h"
 
 namespace k274 {
 
@@ -26,7 +26,7 @@ int32_t WaitForStatus(uint32_t mask, bool acceptIdle) {
         if (polls >= kMostPolls || !Running())
             break;
         const auto word = static_cast<uint32_t>(PollStatus());
-        if (word & kStatusEnd || (word & mask) == mask || (acceptIdle && word == 0))
+        if (word & wire::status::kEnd || (word & mask) == mask || (acceptIdle && word == 0))
             break;
         os::SleepMs(kPollIntervalMs);
     }

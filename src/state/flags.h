@@ -9,9 +9,6 @@
 
 namespace k274 {
 
-/// Scan mode 82, the letter R: the scan ends after the visible-light pass.
-constexpr uint8_t kScanModeRgbOnly = 'R';
-
 /// Last-scan modes: what a scan's last pass takes. With other values it takes nothing.
 constexpr int32_t kLastScanUltraviolet = 0;
 constexpr int32_t kLastScanShortHires = 1;

@@ -25,9 +25,8 @@ extern MonitorTurn monitorTurn;
 inline double Uptime() { return monitor.uptime; }
 
 // Values of the link state.
-enum LinkState : int32_t {
+enum LinkState : int32_t { // 0 before the first poll
     kLinkDisconnected = -1,
-    kLinkUnknown = 0, // before the first poll
     kLinkOnline = 1,
     kLinkFirstError = 2,
     kLinkSecondError = 3

@@ -1,8 +1,8 @@
 // Builds the header block and the directories of a scan file, byte for byte.
 #include "src/tiff/scan_header.h"
 
-#include "src/common/bytes.h"
-#include "src/link/packet.h"
+#include "wire/bytes.h"
+#include "wire/version.h"
 
 #include <cstring>
 
@@ -95,26 +95,26 @@ constexpr Entry kMetaEntries[] = {
 };
 
 void Store64(uint8_t *at, uint64_t value) {
-    Store32(at, static_cast<uint32_t>(value & 0xFFFFFFFF));
-    Store32(at + 4, static_cast<uint32_t>(value >> 32));
+    wire::Store32(at, static_cast<uint32_t>(value & 0xFFFFFFFF));
+    wire::Store32(at + 4, static_cast<uint32_t>(value >> 32));
 }
 
 void StoreFloat(uint8_t *at, float value) {
     uint32_t bits;
     std::memcpy(&bits, &value, sizeof bits);
-    Store32(at, bits);
+    wire::Store32(at, bits);
 }
 
 float LoadFloat(const uint8_t *at) {
-    const uint32_t bits = Load32(at);
+    const uint32_t bits = wire::Load32(at);
     float value;
     std::memcpy(&value, &bits, sizeof value);
     return value;
 }
 
 void PutRational(uint8_t *at, uint32_t numerator) {
-    Store32(at, numerator);
-    Store32(at + 4, 1);
+    wire::Store32(at, numerator);
+    wire::Store32(at + 4, 1);
 }
 
 /// With its terminator.
@@ -123,15 +123,15 @@ void PutText(uint8_t *at, const char *text) { std::memcpy(at, text, std::strlen(
 void PutDirectory(uint32_t page, const char *name, const Entry *entries, uint16_t count, uint8_t *area) {
     uint8_t *at = area + DirectoryAt(page);
     PutText(at + kPageNameAt, name);
-    Store16(at, count);
+    wire::Store16(at, count);
     at += 2;
     for (const Entry *entry = entries; entry != entries + count; ++entry, at += 12) {
-        Store16(at, entry->tag);
-        Store16(at + 2, entry->type);
-        Store32(at + 4, entry->count);
-        Store32(at + 8, entry->value);
+        wire::Store16(at, entry->tag);
+        wire::Store16(at + 2, entry->type);
+        wire::Store32(at + 4, entry->count);
+        wire::Store32(at + 8, entry->value);
     }
-    Store32(at, page < kPages ? DirectoryAt(page + 1) : 0);
+    wire::Store32(at, page < kPages ? DirectoryAt(page + 1) : 0);
 }
 
 void PutImageDirectory(const Page &page, uint8_t *area) {
@@ -180,18 +180,18 @@ void PutDate(uint8_t *at, const os::LocalTime &time) {
 void BuildHeader(const ScanMetadata &metadata, const ScanTime &time, uint8_t (&area)[kScanHeaderBytes]) {
     std::memset(area, 0, sizeof area);
     PutText(area, "II");
-    Store16(area + 2, 42);
-    Store32(area + 4, kFirstDirectoryAt);
+    wire::Store16(area + 2, 42);
+    wire::Store32(area + 4, kFirstDirectoryAt);
     area[8] = metadata.hardware;
-    Store32(area + 12, metadata.parameter0);
+    wire::Store32(area + 12, metadata.parameter0);
     Store64(area + 16, metadata.serialNumber2);
     StampTime(time.seconds, area);
-    std::memcpy(area + 32, kLibraryFirmwareVersion, sizeof kLibraryFirmwareVersion);
+    std::memcpy(area + 32, wire::kVersion, sizeof wire::kVersion);
     std::memcpy(area + 35, metadata.firmware, sizeof metadata.firmware);
     std::memcpy(area + 38, metadata.fpga, sizeof metadata.fpga);
-    Store32(area + 48, metadata.parameter1);
-    Store32(area + 52, metadata.parameter3);
-    Store16(area + kDustCountAt, metadata.dustCount);
+    wire::Store32(area + 48, metadata.parameter1);
+    wire::Store32(area + 52, metadata.parameter3);
+    wire::Store16(area + kDustCountAt, metadata.dustCount);
     StoreFloat(area + kContrastRatioAt, metadata.contrastRatio);
     StoreFloat(area + kUvWhiteRatioAt, metadata.uvWhiteRatio);
     StoreFloat(area + kUvGainAt, metadata.uvGain);
@@ -199,7 +199,7 @@ void BuildHeader(const ScanMetadata &metadata, const ScanTime &time, uint8_t (&a
     PutRational(area + kBleedResolutionAt, 183);
     PutRational(area + kRgbResolutionAt, 550);
     for (size_t sample = 0; sample < 3; ++sample)
-        Store16(area + kColourBitsAt + 2 * sample, 8);
+        wire::Store16(area + kColourBitsAt + 2 * sample, 8);
     PutText(area + kMakeAt, kMake);
     PutText(area + kModelAt, kModel);
     PutText(area + kSoftwareAt, kSoftware);
@@ -212,11 +212,13 @@ void StampTime(int64_t seconds, uint8_t (&area)[kScanHeaderBytes]) {
     Store64(area + kTimeAt, static_cast<uint64_t>(seconds));
 }
 
-void StampCardWidth(uint32_t width, uint8_t (&info)[kScanInfoBytes]) { Store32(info + kCardWidthAt, width); }
+void StampCardWidth(uint32_t width, uint8_t (&info)[kScanInfoBytes]) {
+    wire::Store32(info + kCardWidthAt, width);
+}
 
 void SetVariant(ScanVariant variant, uint8_t (&area)[kScanHeaderBytes]) {
     const LastPages &last = kLastPages[static_cast<size_t>(variant)];
-    Store16(area + kVariantAt, static_cast<uint16_t>(variant));
+    wire::Store16(area + kVariantAt, static_cast<uint16_t>(variant));
     PutRational(area + kLastResolutionAt, last.resolution);
     std::memset(area + kScanInfoBytes, 0, kScanHeaderBytes - kScanInfoBytes);
     for (const Page &page : kImagePages)
@@ -227,7 +229,7 @@ void SetVariant(ScanVariant variant, uint8_t (&area)[kScanHeaderBytes]) {
 }
 
 void TakeScanValues(const uint8_t (&area)[kScanHeaderBytes], ScanMetadata *metadata) {
-    metadata->dustCount = Load16(area + kDustCountAt);
+    metadata->dustCount = wire::Load16(area + kDustCountAt);
     metadata->contrastRatio = LoadFloat(area + kContrastRatioAt);
     metadata->uvWhiteRatio = LoadFloat(area + kUvWhiteRatioAt);
     metadata->uvGain = LoadFloat(area + kUvGainAt);

@@ -1,8 +1,8 @@
 // Checking and loading of scan files.
 #include "src/tiff/scan_reader.h"
 
-#include "src/common/bytes.h"
 #include "src/tiff/colour_order.h"
+#include "wire/bytes.h"
 
 #include <algorithm>
 #include <cstring>
@@ -37,11 +37,11 @@ void LoadBlock(const ScanBlock &block, const uint8_t *file, size_t length) {
 OpenedFile CheckScanFile(const uint8_t *file, size_t length) {
     OpenedFile opened = {kTooShort, 0, false, length};
     if (length >= kVariantAt + 2)
-        opened.variant = Load16(file + kVariantAt);
+        opened.variant = wire::Load16(file + kVariantAt);
     if (length < kShortestFile)
         return opened;
     opened.result = kNotAccepted;
-    if (file[0] == 'I' && Load16(file + 2) == 42 && HoldsText(file + kMakeAt, kMake) &&
+    if (file[0] == 'I' && wire::Load16(file + 2) == 42 && HoldsText(file + kMakeAt, kMake) &&
         HoldsText(file + kModelAt, kModel) && file[kSoftwareAt] == kSoftware[0]) {
         opened.result = kOpened;
         opened.loadable = length == kUltravioletFileBytes || length == kShorterLoadable;

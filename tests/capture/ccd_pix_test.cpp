@@ -1,7 +1,7 @@
 // Response blocks in, gains out: the values of single responses, the ends that are held, unsound replies.
 #include "src/capture/ccd_pix.h"
 
-#include "src/common/bytes.h"
+#include "wire/bytes.h"
 
 #include <gtest/gtest.h>
 
@@ -16,13 +16,14 @@ namespace {
 
 class CcdPixTest : public testing::Test {
 protected:
-    uint8_t *Table(int table) { return reply_.data() + kCcdReplyHeader + table * kSensorRows; }
+    uint8_t *Table(int table) { return reply_.data() + wire::kResponsesAt + table * kSensorRows; }
     void Set(int table, int first, int last, int value) {
         std::fill(Table(table) + first, Table(table) + last + 1, static_cast<uint8_t>(value));
     }
     void Seal() {
-        Store32(reply_.data(), kResponseBytes);
-        Store32(reply_.data() + 4, std::accumulate(reply_.begin() + kCcdReplyHeader, reply_.end(), 0U));
+        wire::Store32(reply_.data(), kResponseBytes);
+        wire::Store32(reply_.data() + 4,
+                      std::accumulate(reply_.begin() + wire::kResponsesAt, reply_.end(), 0U));
     }
     void Load() {
         Seal();
@@ -141,7 +142,7 @@ TEST_F(CcdPixTest, UnsoundRepliesKeepTheGainsInForce) {
     Set(0, 0, kResponseBytes - 1, 50);
     Seal();
     for (const uint32_t length : {0U, 18899U, 18901U, 0x49D4U << 16, 0xFFFFFFFFU}) {
-        Store32(reply_.data(), length);
+        wire::Store32(reply_.data(), length);
         EXPECT_EQ(ccd_.Accept(reply_.data()), CcdReply::BadLength) << length;
     }
     EXPECT_TRUE(ccd_.valid == 1 && ccd_.fixRgb[700][1] == 128 && ccd_.resp[0][0] == 224);

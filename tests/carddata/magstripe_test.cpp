@@ -54,9 +54,9 @@ Bits TrackBlock(Bits bits, bool backward, uint8_t spare) {
         std::reverse(bits.begin(), bits.end());
     for (uint8_t &bit : bits)
         bit = bit == 0;
-    bits.resize(kTrackBlockBytes, spare);
+    bits.resize(wire::kTrackBlockBytes, spare);
     for (size_t i = 0; i < 4; ++i)
-        bits[kTrackBits + i] = static_cast<uint8_t>(count >> 8 * i);
+        bits[wire::kTrackBits + i] = static_cast<uint8_t>(count >> 8 * i);
     return bits;
 }
 
@@ -66,7 +66,7 @@ MagneticRecord Decode(const std::vector<Bits> &blocks) {
         reply.insert(reply.end(), block.begin(), block.end());
     MagneticRecord record;
     std::memset(&record, 0xEE, sizeof record);
-    DecodeTracks(*reinterpret_cast<uint8_t(*)[kTrackReplyBytes]>(reply.data()), &record);
+    DecodeTracks(*reinterpret_cast<uint8_t(*)[kTracksBytes]>(reply.data()), &record);
     return record;
 }
 
@@ -115,10 +115,10 @@ TEST(Magstripe, BlocksThatAScannerShouldNotSend) {
             Bits block = TrackBlock(RecordedBits(24, text, "24"), random() % 2 != 0, 1);
             const auto changes = random() % 4 == 0 ? random() % 1000 : random() % 3;
             for (size_t i = 0; i < changes; ++i)
-                block[random() % kTrackBits] = static_cast<uint8_t>(random());
+                block[random() % wire::kTrackBits] = static_cast<uint8_t>(random());
             const auto count = static_cast<uint32_t>(counts[random() % std::size(counts)]);
             for (size_t i = 0; i < 4 && round % 2; ++i)
-                block[kTrackBits + i] = static_cast<uint8_t>(count >> 8 * i);
+                block[wire::kTrackBits + i] = static_cast<uint8_t>(count >> 8 * i);
             blocks.push_back(block);
         }
         const MagneticRecord record = Decode(blocks);

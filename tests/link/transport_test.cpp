@@ -46,7 +46,7 @@ TEST_F(TransportTest, SendsTheirLengthsWithConsecutiveNumbers) {
         EXPECT_THAT(TheDriver().sent[i].bytes, SizeIs(lengths[i]));
         EXPECT_EQ(TheDriver().sent[i].bytes[2], 0xFF) << "status of a fresh packet";
         if (i < 3) {
-            EXPECT_EQ(k274::Load32(&TheDriver().sent[i].bytes[12]), i + 1);
+            EXPECT_EQ(wire::Load32(&TheDriver().sent[i].bytes[12]), i + 1);
         }
     }
     EXPECT_THAT(TheDriver().calls, testing::Not(testing::Contains("wrong pipe or time-out")));

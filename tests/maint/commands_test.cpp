@@ -1,6 +1,5 @@
 // Maintenance exports against the scripted driver: what goes over the wire, what comes back, what is logged.
 #include "include/k274.h"
-#include "src/common/bytes.h"
 #include "src/decoders/barcode.h"
 #include "src/link/attach.h"
 #include "src/scan/startup.h"
@@ -9,6 +8,7 @@
 #include "src/state/notify.h"
 #include "src/state/session.h"
 #include "tests/support/library_fixture.h"
+#include "wire/bytes.h"
 
 #include <gmock/gmock.h>
 
@@ -197,7 +197,7 @@ TEST_F(MaintenanceTest, WhiteResponseIsStored) {
             const Sent &sent = TheDriver().sent.back();
             ASSERT_EQ(sent.bytes.size(), 20256u);
             EXPECT_EQ(Begin(sent, 0, 3), (std::vector<uint8_t>{0x13, uint8_t(visibleOnly ? 2 : 1), 0xFF}));
-            EXPECT_EQ(k274::Load16(&sent.bytes[10]), 18900);
+            EXPECT_EQ(wire::Load16(&sent.bytes[10]), 18900);
             EXPECT_EQ(std::count(sent.bytes.begin() + 256, sent.bytes.end(), 33), 18900);
             EXPECT_EQ(sent.bytes.back(), 0);
             const Texts log = TakeLog();
@@ -270,7 +270,7 @@ TEST_F(MaintenanceTest, FirmwareIsProgrammed) {
         EXPECT_EQ(packet.bytes.size(), c.size);
         EXPECT_EQ(Begin(packet, 0, 3), (std::vector<uint8_t>{0x10, 1, 0xFF}));
         EXPECT_EQ(Begin(packet, 16, 4), (std::vector<uint8_t>{2, 3, 7, uint8_t(c.path ? 1 : 0)}));
-        EXPECT_EQ(k274::Load32(&packet.bytes[44]), c.size - 256);
+        EXPECT_EQ(wire::Load32(&packet.bytes[44]), c.size - 256);
         if (c.result == 0)
             EXPECT_EQ(Begin(TheDriver().sent[1], 0, 3), (std::vector<uint8_t>{0x10, 2, 0xFF}));
     }
@@ -357,7 +357,7 @@ TEST_F(MaintenanceTest, AScannerThatAsksIsBroughtUpToDate) {
         TheDriver().onRead = [&](const Sent &last, uint32_t size) {
             Reply reply = scanner.Answer(last, size);
             if (last.code == 0x72)
-                k274::Store16(&reply.bytes[42], c.flags);
+                wire::Store16(&reply.bytes[42], c.flags);
             return reply;
         };
         TheDriver().sent.clear();
@@ -464,7 +464,7 @@ TEST_F(MaintenanceTest, FocusImageComesInThreeParts) {
             if (++reads == c.failingRead)
                 return Reply{5};
             return Reply{
-                0, Bytes(256 + size_t{k274::Load16(&last.bytes[10])} * 16320, static_cast<uint8_t>(reads))};
+                0, Bytes(256 + size_t{wire::Load16(&last.bytes[10])} * 16320, static_cast<uint8_t>(reads))};
         };
         EXPECT_EQ(K274_GetFocImgAry(image.data()), 1);
         EXPECT_THAT(c.parts, ElementsAre(image[0], image[65280], image[130560]));
@@ -472,7 +472,7 @@ TEST_F(MaintenanceTest, FocusImageComesInThreeParts) {
         EXPECT_EQ(requests[0].bytes[1], 2);
         EXPECT_EQ(requests[0].bytes[16], 1);
         if (c.failingRead == 0)
-            EXPECT_EQ(k274::Load16(&requests[2].bytes[8]) * 100 + k274::Load16(&requests[2].bytes[10]), 802);
+            EXPECT_EQ(wire::Load16(&requests[2].bytes[8]) * 100 + wire::Load16(&requests[2].bytes[10]), 802);
         const Texts log = TakeLog();
         EXPECT_EQ(log[0].substr(0, 11) + log[0].substr(13), "FocusImage  (2, 1)");
         if (c.line)

@@ -1,10 +1,10 @@
 // The still image: its capture, also from a scanner that fails, and its measures on images made by hand.
 #include "src/maint/still_image.h"
 
-#include "src/common/bytes.h"
 #include "src/maint/still_analysis.h"
 #include "tests/support/images.h"
 #include "tests/support/library_fixture.h"
+#include "wire/bytes.h"
 
 #include <gmock/gmock.h>
 
@@ -40,7 +40,8 @@ uint8_t TargetByte(int line, int pixel, int channel) {
 
 Reply Lines(const Sent &last) {
     Reply reply(0, scripted::Bytes(256));
-    const int first = Load16(&last.bytes[8]), count = last.code == 0x04 ? Load16(&last.bytes[10]) : 0;
+    const int first = wire::Load16(&last.bytes[8]),
+              count = last.code == 0x04 ? wire::Load16(&last.bytes[10]) : 0;
     for (int line = first; line < first + count; line++)
         for (int i = 0; i < 8160; i++)
             reply.bytes.push_back(TargetByte(line, i / 3, i % 3));

@@ -1,11 +1,11 @@
 #include "src/scan/sequence.h"
 
 #include "include/k274.h"
-#include "src/common/bytes.h"
 #include "src/state/capture_state.h"
 #include "src/state/flags.h"
 #include "src/state/monitor_record.h"
 #include "tests/support/library_fixture.h"
+#include "wire/bytes.h"
 
 #include <gmock/gmock.h>
 
@@ -32,7 +32,7 @@ struct SequenceTest : ScannerTest {
     }
     /// The line index of a request, and its lines.
     static std::pair<int, int> Lines(const Sent &request) {
-        return {k274::Load16(&request.bytes[8]), k274::Load16(&request.bytes[10])};
+        return {wire::Load16(&request.bytes[8]), wire::Load16(&request.bytes[10])};
     }
 };
 

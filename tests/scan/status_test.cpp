@@ -2,16 +2,16 @@
 #include "src/scan/status.h"
 
 #include "include/k274.h"
-#include "src/common/bytes.h"
 #include "src/decoders/barcode.h"
 #include "src/link/transport.h"
+#include "src/scan/monitor.h"
 #include "src/scan/wait.h"
 #include "src/state/flags.h"
 #include "src/state/image_set.h"
-#include "src/scan/monitor.h"
 #include "src/state/monitor_record.h"
 #include "src/state/session.h"
 #include "tests/support/library_fixture.h"
+#include "wire/bytes.h"
 
 #include <gmock/gmock.h>
 
@@ -64,7 +64,7 @@ TEST_F(StatusTest, RecordTakesTheReplyFieldByField) {
                                -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, 40, -2, 42, -2,
                                48, -2, 50, -2, 44, 46, 52, 54, 56, 58, -1, -1};
     for (size_t word = 0; word < 40; ++word) {
-        const uint16_t value = k274::Load16(record + 2 * word);
+        const uint16_t value = wire::Load16(record + 2 * word);
         const int from = kFrom[word];
         const bool single = word == 0 || word == 2 || word == 3;
         if (from >= 0)
