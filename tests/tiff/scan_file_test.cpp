@@ -71,7 +71,7 @@ protected:
 /// The lines of sixteen bytes of a header that differ from those before; then these are its own.
 std::string ChangedLines(const uint8_t *header, size_t size, Bytes &before) {
     std::string text;
-    char part[16];
+    char part[32];
     for (size_t line = 0; line < size; line += 16) {
         if (std::equal(header + line, header + line + 16, &before[line]))
             continue;
