@@ -53,8 +53,8 @@ struct FileTest : testing::Test {
         }
     }
 
-    wire::TempFolder folder;
-    const std::string file = folder.Path("a.rec"), other = folder.Path("b.rec");
+    TempFolder folder;
+    const std::string file = folder.File("a.rec"), other = folder.File("b.rec");
 };
 
 TEST_F(FileTest, KeepsEveryField) {
@@ -175,7 +175,7 @@ TEST_F(FileTest, IsRefusedWhereItCannotBe) {
                  {"newer", newer, "another version"},
                  {"damaged", damaged, "damaged"}};
     for (const auto &c : cases) {
-        const std::string name = folder.Path(c.name);
+        const std::string name = folder.File(c.name);
         WriteFile(name, c.content);
         try {
             Author author(name);
@@ -185,9 +185,9 @@ TEST_F(FileTest, IsRefusedWhereItCannotBe) {
         }
         EXPECT_EQ(ReadFile(name), c.content);
     }
-    EXPECT_THROW(Author(folder.Path("none/a.rec")), std::runtime_error);
+    EXPECT_THROW(Author(folder.File("none/a.rec")), std::runtime_error);
     EXPECT_THROW(Author(folder.Path()), std::runtime_error);
-    EXPECT_THROW(Reader(folder.Path("none")), std::runtime_error);
+    EXPECT_THROW(Reader(folder.File("none")), std::runtime_error);
     EXPECT_THROW(Reader(folder.Path()), std::runtime_error);
 }
 

@@ -44,8 +44,8 @@ struct Recorder : wire::ScannerTest {
         return entries;
     }
 
-    wire::TempFolder folder;
-    const std::string file = folder.Path("a.rec");
+    TempFolder folder;
+    const std::string file = folder.File("a.rec");
 };
 
 /// Opens the scanner and polls until its restart was told.
@@ -145,7 +145,7 @@ std::vector<Kept> Calls(std::vector<Kept> entries) {
 TEST_F(Recorder, ItsRecordingServesTheSameHostAgainAndIsRecordedTheSame) {
     std::vector<Bytes> before, after;
     const auto entries = Record([&](Host &host) { before = Course(host, true); });
-    const std::string copy = folder.Path("copy.rec");
+    const std::string copy = folder.File("copy.rec");
     Use("replay:" + file, copy);
     testing::internal::CaptureStderr();
     {

@@ -51,8 +51,8 @@ struct ReplayTest : testing::Test {
         return testing::internal::GetCapturedStderr();
     }
 
-    wire::TempFolder folder;
-    const std::string file = folder.Path("a.rec");
+    TempFolder folder;
+    const std::string file = folder.File("a.rec");
 };
 
 TEST_F(ReplayTest, AnswersInOrder) {
@@ -337,20 +337,20 @@ TEST_F(ReplayTest, HostileRecordingsAreSurvived) {
 
 TEST_F(ReplayTest, WhatCannotBeUsedIsRefusedInOneLine) {
     WriteUsual();
-    const std::string text = folder.Path("text"), empty = folder.Path("empty");
+    const std::string text = folder.File("text"), empty = folder.File("empty");
     WriteFile(text, {'n', 'o'});
     Author(empty).Close();
     const struct {
         std::string device, record, why;
     } cases[] = {
-        {"replay:" + folder.Path("none"), "", "no such file"},
+        {"replay:" + folder.File("none"), "", "no such file"},
         {"replay:", "", "no such file"},
         {"replay:" + text, "", "not a recording"},
         {"replay:" + empty, "", "holds no session"},
         {"replay:" + file, file, "the same recording"},
         {"virtual", text, "not a recording"},
-        {"virtual", folder.Path("none/a.rec"), "cannot be made"},
-        {"nothing", folder.Path("b.rec"), "names no device"},
+        {"virtual", folder.File("none/a.rec"), "cannot be made"},
+        {"nothing", folder.File("b.rec"), "names no device"},
     };
     for (const auto &c : cases) {
         wire::SetVariable("K274_DEVICE", c.device);

@@ -30,11 +30,11 @@ int Scan(Host &host) {
 
 TEST_F(Control, CardsOfAFolderAreScannedOneAfterTheOther) {
     Host host;
-    folder.AddCard("b");
-    folder.AddCard("a", 40);
-    folder.AddCard("c", 240);
-    std::ofstream(folder.Path("b/front.png"), std::ios::binary) << "no picture";
-    ASSERT_EQ(VS_SetCards(folder.Path().c_str()), VS_OK);
+    AddCard(folder, "b");
+    AddCard(folder, "a", 40);
+    AddCard(folder, "c", 240);
+    WriteText(folder.File("b/front.png"), "no picture");
+    ASSERT_EQ(VS_SetCards(folder.Path().string().c_str()), VS_OK);
     const uint32_t before = Observed().scans;
     testing::internal::CaptureStderr();
     const int dark = Scan(host);
@@ -47,7 +47,7 @@ TEST_F(Control, CardsOfAFolderAreScannedOneAfterTheOther) {
 }
 
 TEST_F(Control, BadArgumentsAndASecondCardAreRefused) {
-    const std::string card = folder.AddCard("card"), none = folder.Path("none");
+    const std::string card = AddCard(folder, "card"), none = folder.File("none");
     EXPECT_EQ(VS_SetCards(none.c_str()), VS_BAD_CARD);
     EXPECT_EQ(VS_InsertCard(none.c_str()), VS_BAD_CARD);
     EXPECT_THAT(VS_LastError(), HasSubstr("none"));

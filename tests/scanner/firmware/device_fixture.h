@@ -21,22 +21,19 @@ struct Fetched {
     Pass pass;
     uint16_t word; // status word of its stage
     int first, last, block;
-    uint32_t VS_Observed::*blocks;
-    double seconds;
     void (*render)(const Scene &, int, uint8_t *);
     int Code() const { return static_cast<int>(pass) + 1; }
     size_t LineBytes() const { return static_cast<size_t>(Info(pass).lineBytes); }
 };
 inline const Fetched kPassesFetched[] = {
-    {Pass::Rgb, 0x0007, 2188, 100, 12, &VS_Observed::rgbBlocks, 2.5, RenderRgbLine},
-    {Pass::Ir, 0x001F, 100, 2289, 11, &VS_Observed::irBlocks, 1.5, RenderIrLine},
-    {Pass::Uv, 0x005F, 1194, 0, 6, &VS_Observed::uvBlocks, 1.5, RenderUvLine},
+    {Pass::Rgb, 0x0007, 2188, 100, 12, RenderRgbLine},
+    {Pass::Ir, 0x001F, 100, 2289, 11, RenderIrLine},
+    {Pass::Uv, 0x005F, 1194, 0, 6, RenderUvLine},
 };
 inline const Fetched &kRgb = kPassesFetched[0], &kIr = kPassesFetched[1], &kUv = kPassesFetched[2];
 
-class DeviceTest : public testing::Test {
-protected:
-    DeviceTest() { device.PowerOn(); }
+struct Desk {
+    Desk() { device.PowerOn(); }
 
     OutResult Send(const Fields &fields) {
         const Bytes packet = Packet(fields, ++sequence);
@@ -62,6 +59,7 @@ protected:
     uint16_t Poll(uint8_t mode = 0) {
         const Bytes reply = Exchange(PollFields(mode));
         kind = reply.at(4);
+        job = reply.at(17);
         return Word(reply, 6);
     }
     std::vector<std::string> Events() {
@@ -99,7 +97,9 @@ protected:
     DeviceLog log{clock, ""};
     Device device{clock, log};
     uint32_t sequence = 0;
-    int kind = 0;
+    int kind = 0, job = 0;
 };
+
+struct DeviceTest : testing::Test, Desk {};
 
 } // namespace wire

@@ -1,84 +1,16 @@
-// The device alone, with a clock that the test moves: stages and their times, lines as the head reads them,
-// hosts that give up or vanish, cards that misbehave, replies on the wire.
+// The device alone: what its lines show, and what becomes of the file that keeps its flash. All else that
+// passes between it and a host stands in transcripts.
 #include "device_fixture.h"
 
 #include <gmock/gmock.h>
 
-#include <functional>
+#include <numeric>
 
 namespace {
 
 using namespace wire;
 using testing::Each;
-using testing::ElementsAre;
-
-const std::vector<std::string> kOut = {"Card ejected", "Card out"};
-
-// A host with the waits of a real one: 10 ms between polls inside a scan, and no wait longer than 180 of
-// them.
-TEST_F(DeviceTest, StagesFollowOneAnotherInTimeForTheHost) {
-    const struct {
-        double speed;
-        uint8_t scanMode, lastMode;
-        unsigned fetched; // passes: 1 visible, 2 infrared, 4 ultraviolet
-    } kCases[] = {{1, 0, 0, 7}, {1, 'R', 0, 1}, {0, 0, 0, 7}, {0.5, 'R', 0, 1}, {50, 0, 0, 7},
-                  {1, 0, 1, 3}, {0, 0, 2, 3},   {1, 0, 0, 0}, {0, 0, 0, 0},     {0, 'R', 0, 0}};
-    for (const auto &c : kCases) {
-        SCOPED_TRACE(&c - kCases);
-        clock.SetSpeed(c.speed);
-        Exchange({0x62, c.lastMode});
-        Wait(1);
-        EXPECT_EQ(Poll(c.scanMode), 0);
-        Events();
-        const VS_Observed before = device.Observed();
-        ASSERT_TRUE(device.InsertCard(PlainCard()));
-        std::vector<uint16_t> words;
-        int polls = 0;
-        for (uint16_t word; (word = Poll(c.scanMode)) != 0; polls++, Wait(0.01)) {
-            if (words.empty() || words.back() != word) {
-                words.push_back(word);
-                polls = 0;
-                for (const Fetched &f : kPassesFetched)
-                    if (word == f.word && (c.fetched >> (f.Code() - 1) & 1) != 0)
-                        Fetch(f);
-            }
-            // One that does not fetch sees the visible pass go by.
-            ASSERT_LE(polls, word == 0x0007 && c.fetched == 0 ? 270 : 155) << "in word " << word;
-        }
-        if (c.scanMode == 'R')
-            EXPECT_THAT(words, ElementsAre(0x0001, 0x0003, 0x0007, 0x8000));
-        else
-            EXPECT_THAT(words, ElementsAre(0x0001, 0x0003, 0x0007, 0x001F, 0x005F, 0x8000));
-        EXPECT_THAT(Events(), ElementsAre("Card in", "Scan Done", "Card ejected", "Card out"));
-        const VS_Observed after = device.Observed();
-        EXPECT_TRUE(after.scans == before.scans + 1 && after.cancelled == 0);
-        for (const Fetched &f : kPassesFetched)
-            EXPECT_EQ(after.*f.blocks > before.*f.blocks, (c.fetched >> (f.Code() - 1) & 1) != 0);
-    }
-}
-
-TEST_F(DeviceTest, LinesComeAsTheHeadMoves) {
-    BringTo(0x0007);
-    for (const Fetched &f : kPassesFetched) {
-        PollTo(f.word);
-        const auto start = fakeNow;
-        const int half = Info(f.pass).lines / 2, asked = f.pass == Pass::Ir ? half - 1 : half;
-        Bytes packet;
-        ASSERT_EQ(Send(LineFields(f.Code(), asked, 1)), OutResult::Ack);
-        EXPECT_EQ(Read(&packet), InResult::Nak);
-        fakeNow = device.NextMoment() - std::chrono::milliseconds(3);
-        EXPECT_EQ(Read(&packet), InResult::Nak);
-        fakeNow = device.NextMoment();
-        ASSERT_EQ(Read(&packet), InResult::Data);
-        EXPECT_EQ(Word(packet, 8), asked);
-        EXPECT_EQ(Word(packet, 16), half);
-        EXPECT_EQ(Dword(packet, 12), sequence);
-        EXPECT_EQ(Read(&packet), InResult::Nak) << "a packet is sent once";
-        EXPECT_EQ(device.NextMoment(), Clock::TimePoint::max());
-        Exchange(LineFields(f.Code(), f.pass == Pass::Ir ? 2399 : 0, 1));
-        EXPECT_NEAR(std::chrono::duration<double>(fakeNow - start).count(), f.seconds, 0.01);
-    }
-}
+using testing::HasSubstr;
 
 TEST_F(DeviceTest, LinesAreThoseOfTheOpticsAndStayUntilTheyAreCleared) {
     clock.SetSpeed(0);
@@ -122,143 +54,56 @@ TEST_F(DeviceTest, LinesAreThoseOfTheOpticsAndStayUntilTheyAreCleared) {
     }
 }
 
-TEST_F(DeviceTest, ScanEndsBeforeTheCardIsThroughAndDoesNotComeBack) {
-    const auto command = [](uint8_t code) {
-        return [packet = Packet({code}, 1)](Device &d) { d.Out(packet.data(), packet.size()); };
-    };
-    const struct {
-        const char *name;
-        std::function<void(Device &)> action;
-        std::vector<std::string> events; // after kOut
-        bool hostSeesEnd;                // word 0x8000 before 0
-    } kCases[] = {
-        {"button", &Device::PressEject, {"Eject button", kOut[0], kOut[1]}, true},
-        {"door",
-         [](Device &d) { d.OpenDoor(), d.CloseDoor(); },
-         {"Door opened", "Door closed", kOut[0], kOut[1]},
-         true},
-        {"eject", command(0x41), kOut, true},
-        {"broken off", [](Device &) { Wait(0.1); }, kOut, true},
-        {"vanished", [](Device &) { Wait(15); }, {"Scan timeout", kOut[0], kOut[1]}, false},
-        {"close", command(0x17), kOut, false},
-        {"reset", command(0x75), {}, false},
-        {"restart", &Device::Restart, {"Reset - Button"}, false},
-        {"power", [](Device &d) { d.PowerOff(), d.PowerOn(); }, {"Reset - Power on"}, false},
-    };
-    uint32_t cancelled = 0;
-    for (const auto &c : kCases) {
-        for (const Fetched &f : {kRgb, kIr}) {
-            SCOPED_TRACE(c.name);
-            BringTo(0x0007);
-            if (f.pass == Pass::Ir)
-                Fetch(kRgb);
-            PollTo(f.word);
-            Exchange(LineFields(f.Code(), f.first, f.block));
-            const int late = f.pass == Pass::Rgb ? 600 : 1500;
-            Bytes packet;
-            ASSERT_EQ(Send(LineFields(f.Code(), late, 1)), OutResult::Ack);
-            ASSERT_EQ(Read(&packet), InResult::Nak);
-            c.action(device);
-            if (c.events.size() > 2 && c.hostSeesEnd)
-                EXPECT_EQ(Read(&packet), InResult::Data) << "what waited is answered";
-            if (c.hostSeesEnd) {
-                EXPECT_EQ(Poll(), 0x8000);
-                Wait(0.4);
-            }
-            EXPECT_EQ(Poll(), 0);
-            EXPECT_EQ(Events(), c.events);
-            EXPECT_EQ(device.Observed().cancelled, ++cancelled);
-            // What the head did not reach is black, at once. One card was long through when it was noticed.
-            const Bytes line = Lines(f, late, 1);
-            EXPECT_EQ(line == Bytes(line.size()), std::string(c.name) != "vanished");
-            for (int k = 0; k < 20; k++, Wait(0.1))
-                ASSERT_EQ(Poll(), 0);
-            EXPECT_TRUE(Events().empty());
-        }
-    }
-    EXPECT_EQ(device.Observed().scans, 0u);
-}
-
-TEST_F(DeviceTest, HostsThatAreSlowOrStopEarlyKeepTheirScan) {
-    device.OpenDoor();
-    ASSERT_TRUE(device.InsertCard(PlainCard()));
-    for (int k = 0; k < 5; k++, Wait(1))
-        EXPECT_EQ(Poll(), 0) << "the door is open";
-    device.CloseDoor();
-    PollTo(0x0007);
-    Wait(14);
-    EXPECT_EQ(Poll(), 0x0007);
-    Exchange(LineFields(1, 2188, 12));
-    PollTo(0x001F);
-    Fetch(kIr);
-    Wait(14);
-    EXPECT_EQ(Poll(), 0x005F);
-    // A reset of the bus loses the reply but not the scan.
-    Bytes reply;
-    ASSERT_EQ(Send(LineFields(3, 1194, 6)), OutResult::Ack);
-    device.Reset();
-    EXPECT_EQ(Read(&reply), InResult::Nak);
-    Fetch(kUv);
-    Wait(1);
-    EXPECT_EQ(Poll(), 0x8000);
-    EXPECT_EQ(kind, 1) << "the host is told of the reset";
-    EXPECT_EQ(device.Observed().cancelled, 0u);
-}
-
-TEST_F(DeviceTest, CardThatJamsGivesNoMoreLines) {
-    for (const double speed : {1.0, 0.0}) {
-        clock.SetSpeed(speed);
-        BringTo(0x0007, {{}, false, false, false, Behaviour::kJamming});
-        Exchange(LineFields(1, 1100, 12));
-        for (int k = 0; k < 2; k++)
-            Exchange(LineFields(1, 1088, 12), InResult::Stall);
-        EXPECT_EQ(Poll(), 0x1000);
+TEST_F(DeviceTest, StripePictureShowsADarkStripeBesideBrightPaper) {
+    clock.SetSpeed(0);
+    for (const bool stripe : {true, false}) {
+        BringTo(0x0003, {{}, false, stripe});
+        const Bytes image = Exchange({0x07, 0, 600, 41}); // one line more than there are
+        const auto mean = [&image](ptrdiff_t pixel, ptrdiff_t count) {
+            const auto from = image.begin() + 256 + pixel;
+            return std::accumulate(from, from + count, 0.0) / static_cast<double>(count);
+        };
+        EXPECT_NEAR(mean(50, 300), 150, 10);
+        EXPECT_NEAR(mean(550, 300), stripe ? 26 : 150, 10);
+        EXPECT_NEAR(mean(384, 2), 150, 20) << "the edge lies behind";
+        EXPECT_NEAR(mean(400, 2), stripe ? 26 : 150, 20) << "the edge lies before";
+        EXPECT_TRUE(mean(39 * 900, 900) > 0.5 && mean(39 * 900, 900) < 6) << "behind the card";
+        EXPECT_EQ(mean(40 * 900, 900), 0);
         PollTo(0);
-        EXPECT_THAT(Events(), ElementsAre("Card jammed illum = 1", "Card ejected", "Card out"));
     }
 }
 
-TEST_F(DeviceTest, CleaningCardNeverComesToTheFirstStage) {
-    for (const double speed : {1.0, 0.0}) {
-        clock.SetSpeed(speed);
-        BringTo(0x0001, {{}, false, false, false, Behaviour::kCleaning});
-        PollTo(0x2000);
-        for (int k = 0; k < 200; k++, Wait(0.01)) // a host that waits for it
-            ASSERT_EQ(Poll(), 0x2000);
-        EXPECT_THAT(Events(), ElementsAre("Cleaning card"));
-        for (int k = 0; Poll() == 0x2000; k++, Wait(0.1)) // and has given up
-            ASSERT_LT(k, 10);
-        PollTo(0);
-        EXPECT_EQ(Events(), kOut);
+TEST_F(DeviceTest, ADamagedFlashFileIsNamedAndLeftAlone) {
+    const TempFolder folder;
+    const std::string path = folder.File("flash.bin");
+    DeviceState &state = device.State();
+    const Fields write{0x19, 'w', 0, 0, 0, 0, 0, 256, 0, 128, Bytes(128, 5)};
+    state.flashFile.Open(state, path);
+    EXPECT_EQ(ReadText(path), "") << "nothing was stored yet";
+    Send(write);
+    const std::string sound = ReadText(path);
+    const auto changed = [&sound](size_t at) {
+        std::string text = sound;
+        text[at] ^= 1;
+        return text;
+    };
+    for (const std::string &bad : {std::string(), sound.substr(1), sound + "x", sound.substr(0, 4096),
+                                   changed(0), changed(20), changed(8192), changed(sound.size() - 1)}) {
+        WriteText(path, bad);
+        state.stored = {};
+        testing::internal::CaptureStderr();
+        state.flashFile.Open(state, path);
+        Send(write);
+        const std::string said = testing::internal::GetCapturedStderr();
+        EXPECT_THAT(said, HasSubstr(path));
+        EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 1) << said;
+        EXPECT_EQ(ReadText(path), bad);
     }
-}
-
-TEST_F(DeviceTest, ResetNoticeAndEventsAreToldOnceAndOnlyWhenTheReplyWasTaken) {
-    Send(PollFields()); // reply never read
-    Poll();
-    EXPECT_EQ(kind, 1);
-    Poll();
-    EXPECT_EQ(kind, 2);
-    Send({0x15}); // reply never read
-    EXPECT_THAT(Events(), ElementsAre("Reset - Power on"));
-    // A text that comes up between an empty answer's making and its reading is kept; of too many, the first.
-    EventQueue &events = device.State().events;
-    Bytes reply;
-    Send({0x15});
-    events.Post(std::string(200, 'x'));
-    Read(&reply);
-    EXPECT_EQ(Text(reply), "");
-    for (int k = 1; k < 32; k++)
-        EXPECT_TRUE(events.Post("text"));
-    EXPECT_FALSE(events.Post("one more"));
-    EXPECT_EQ(Events().front(), std::string(127, 'x'));
-}
-
-TEST_F(DeviceTest, ReplyThatDoesNotFitIsLost) {
-    Bytes reply;
-    Send({0x14});
-    EXPECT_EQ(Read(&reply, 100), InResult::Overflow);
-    EXPECT_EQ(Read(&reply), InResult::Nak);
+    // A place that takes no file costs no more than a line.
+    state.flashFile.Open(state, folder.File("none/flash.bin"));
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(Exchange(write).at(2), 0);
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("cannot be written"));
 }
 
 } // namespace

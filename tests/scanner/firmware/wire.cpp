@@ -7,10 +7,6 @@
 #define STB_IMAGE_WRITE_IMPLEMENTATION
 #include <stb/stb_image_write.h>
 
-#include <atomic>
-#include <chrono>
-#include <fstream>
-
 namespace wire {
 
 Bytes Packet(const Fields &fields, uint32_t sequence) {
@@ -23,6 +19,7 @@ Bytes Packet(const Fields &fields, uint32_t sequence) {
     wire::Store32(&packet[12], sequence);
     packet[16] = fields.arg0;
     packet[17] = fields.arg1;
+    packet[18] = fields.arg2;
     wire::Store32(&packet[44], fields.dword0);
     wire::Store32(&packet[52], fields.dword1);
     packet.resize(std::max(fields.size, fields.data.empty() ? 0 : fields.dataAt + fields.data.size()));
@@ -45,25 +42,12 @@ std::shared_ptr<const scanner::Card> PlainCard(const scanner::Traits &traits) {
     return card;
 }
 
-TempFolder::TempFolder() {
-    static std::atomic<unsigned> made{0};
-    const auto now = std::chrono::steady_clock::now().time_since_epoch().count();
-    const std::string name = "k274-scanner-" + std::to_string(now) + "-" + std::to_string(made++);
-    path_ = std::filesystem::temp_directory_path() / name;
-    std::filesystem::create_directories(path_);
-}
-
-TempFolder::~TempFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-}
-
-std::string TempFolder::AddCard(const std::string &name, uint8_t grey) const {
-    const std::filesystem::path folder = path_ / name;
-    std::filesystem::create_directories(folder);
-    WritePng((folder / "front.png").string(), grey);
-    std::ofstream(folder / "card.txt") << "dpi = " << kDotsPerInch << "\n";
-    return folder.string();
+std::string AddCard(const TempFolder &folder, const std::string &name, uint8_t grey) {
+    const std::string path = folder.File(name);
+    std::filesystem::create_directories(path);
+    WritePng(path + "/front.png", grey);
+    WriteText(path + "/card.txt", "dpi = " + std::to_string(kDotsPerInch) + "\n");
+    return path;
 }
 
 void WritePng(const std::string &path, uint8_t grey) {

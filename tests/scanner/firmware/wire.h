@@ -3,10 +3,10 @@
 
 #include "scanner/cards/card.h"
 #include "scanner/firmware/packet.h"
+#include "tests/support/files.h"
 #include "wire/bytes.h"
 
 #include <cstdint>
-#include <filesystem>
 #include <memory>
 #include <string>
 #include <vector>
@@ -25,6 +25,7 @@ struct Fields {
     uint32_t dword1 = 0;
     size_t dataAt = 256;
     Bytes data{};
+    uint8_t arg2 = 0;
 };
 Bytes Packet(const Fields &fields, uint32_t sequence);
 inline Fields PollFields(uint8_t scanMode = 0) { return {0x00, 0, 0, 80, 1, scanMode, 0, 80}; }
@@ -54,18 +55,8 @@ constexpr int kWidth = 338, kHeight = 213, kDotsPerInch = 100; // of the cards t
 /// A plain card in memory.
 std::shared_ptr<const scanner::Card> PlainCard(const scanner::Traits &traits = {});
 
-/// A folder that is removed with everything in it.
-class TempFolder {
-public:
-    TempFolder();
-    ~TempFolder();
-    std::string Path(const std::string &name = "") const { return (path_ / name).string(); }
-    /// Makes a folder that is a card. @param grey  of its front, less by 10 in the left half
-    std::string AddCard(const std::string &name, uint8_t grey = 200) const;
-
-private:
-    std::filesystem::path path_;
-};
+/// Makes a folder that is a card. @param grey  of its front, less by 10 in the left half
+std::string AddCard(const TempFolder &folder, const std::string &name, uint8_t grey = 200);
 void WritePng(const std::string &path, uint8_t grey);
 
 } // namespace wire

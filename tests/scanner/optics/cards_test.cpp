@@ -5,25 +5,14 @@
 
 #include <gmock/gmock.h>
 
-#include <fstream>
-#include <iterator>
-
 namespace {
 
 using namespace scanner;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using wire::AddCard;
 using wire::kHeight;
 using wire::kWidth;
-using wire::TempFolder;
-
-std::string ReadAll(const std::string &path) {
-    std::ifstream stream(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
-void WriteAll(const std::string &path, const std::string &bytes) {
-    std::ofstream(path, std::ios::binary) << bytes;
-}
 
 /// A PNG with another size in its header, and the checksum that belongs to it.
 std::string Resized(std::string png, uint32_t width, uint32_t height, uint32_t checksum) {
@@ -48,7 +37,7 @@ struct Cards : testing::Test {
 };
 
 TEST_F(Cards, FolderBecomesACard) {
-    const std::string path = folder_.AddCard("plain", 90);
+    const std::string path = AddCard(folder_, "plain", 90);
     Card card = LoadCard(path + "/");
     EXPECT_EQ(card.name, "plain");
     EXPECT_EQ(card.cornerRadius, 13) << "an eighth of an inch unless the text says otherwise";
@@ -62,10 +51,10 @@ TEST_F(Cards, FolderBecomesACard) {
     uint8_t grey = 20;
     for (const char *file : {"/back.png", "/front-ir.png", "/back-ir.png", "/front-uv.png", "/back-uv.png"})
         wire::WritePng(path + file, grey = static_cast<uint8_t>(grey + 10));
-    WriteAll(path + "/card.txt", "\xEF\xBB\xBF# a comment\r\n\r\n  name =  A card = a name \r\ndpi=100\r\n"
-                                 "corner-radius-inches = .2\r\ninsert = turned\ntrack2 = 12=34\n"
-                                 "track2-fault = lrc\ntrack3-bits = 5\nswipe = backward\n"
-                                 "behaviour = slipping\ndust = heavy");
+    WriteText(path + "/card.txt", "\xEF\xBB\xBF# a comment\r\n\r\n  name =  A card = a name \r\ndpi=100\r\n"
+                                  "corner-radius-inches = .2\r\ninsert = turned\ntrack2 = 12=34\n"
+                                  "track2-fault = lrc\ntrack3-bits = 5\nswipe = backward\n"
+                                  "behaviour = slipping\ndust = heavy");
     card = LoadCard(path);
     EXPECT_EQ(card.name, "A card = a name");
     EXPECT_EQ(card.cornerRadius, 20);
@@ -93,7 +82,7 @@ TEST(HiddenLight, ShowsBlackInInfraredAndPaperInUltraviolet) {
 }
 
 TEST_F(Cards, DamagedPicturesAreNamed) {
-    const std::string png = ReadAll(folder_.AddCard("good") + "/front.png");
+    const std::string png = ReadText(AddCard(folder_, "good") + "/front.png");
     std::string flipped = png;
     flipped[png.size() / 2] ^= 1;
     const struct {
@@ -112,15 +101,15 @@ TEST_F(Cards, DamagedPicturesAreNamed) {
          "one size"},
     };
     for (const auto &c : kCases) {
-        const std::string path = folder_.AddCard(c.what);
+        const std::string path = AddCard(folder_, c.what);
         ASSERT_EQ(Complaint(path), "");
-        WriteAll(path + "/" + c.file, c.bytes);
+        WriteText(path + "/" + c.file, c.bytes);
         EXPECT_THAT(Complaint(path), testing::AllOf(HasSubstr(c.file), HasSubstr(c.complaint))) << c.what;
     }
 }
 
 TEST_F(Cards, WrongTextIsNamedByItsLine) {
-    const std::string path = folder_.AddCard("card");
+    const std::string path = AddCard(folder_, "card");
     const struct {
         std::string text;
         const char *complaint; // null: the card is taken
@@ -144,26 +133,26 @@ TEST_F(Cards, WrongTextIsNamedByItsLine) {
         {"dust =", "line 2: dust is"},
     };
     for (const auto &c : kCases) {
-        WriteAll(path + "/card.txt", "dpi = 100\n" + c.text);
+        WriteText(path + "/card.txt", "dpi = 100\n" + c.text);
         const std::string complaint = Complaint(path);
         EXPECT_EQ(complaint.empty(), c.complaint == nullptr) << c.text.substr(0, 60);
         EXPECT_THAT(complaint, HasSubstr(c.complaint == nullptr ? "" : c.complaint)) << c.text.substr(0, 60);
     }
     for (const char *dpi : {"99", "2401", "-550", "4294967396", "100.0", "", "99999999999999999999999"}) {
-        WriteAll(path + "/card.txt", std::string("dpi = ") + dpi);
+        WriteText(path + "/card.txt", std::string("dpi = ") + dpi);
         EXPECT_THAT(Complaint(path), HasSubstr("line 1: dpi")) << dpi;
     }
 }
 
 TEST_F(Cards, ListsAreNotEmpty) {
-    EXPECT_THROW(ListCards(folder_.Path()), CardError);
-    const std::string a = folder_.AddCard("a");
-    std::filesystem::create_directory(folder_.Path("b"));
-    WriteAll(folder_.Path("b/card.txt"), "dpi = 100"); // listed: loading it tells what is missing
-    EXPECT_THAT(ListCards(folder_.Path()), ElementsAre(a, folder_.Path("b")));
+    EXPECT_THROW(ListCards(folder_.Path().string()), CardError);
+    const std::string a = AddCard(folder_, "a");
+    std::filesystem::create_directory(folder_.File("b"));
+    WriteText(folder_.File("b/card.txt"), "dpi = 100"); // listed: loading it tells what is missing
+    EXPECT_THAT(ListCards(folder_.Path().string()), ElementsAre(a, folder_.File("b")));
     EXPECT_THAT(ListCards(a), ElementsAre(a));
-    EXPECT_THAT(Complaint(folder_.Path("b")), HasSubstr("front.png: no such file"));
-    EXPECT_THAT(Complaint(folder_.Path("none")), HasSubstr("none: no such folder"));
+    EXPECT_THAT(Complaint(folder_.File("b")), HasSubstr("front.png: no such file"));
+    EXPECT_THAT(Complaint(folder_.File("none")), HasSubstr("none: no such folder"));
 }
 
 } // namespace

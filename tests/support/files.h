@@ -1,0 +1,46 @@
+// Folders of a test's own and whole files in them.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+/// A folder that no other process uses; gone with this object.
+class TempFolder {
+public:
+    TempFolder() {
+        const auto base = std::filesystem::temp_directory_path();
+        for (int i = 0; path_.empty() || !std::filesystem::create_directory(path_); ++i)
+            path_ = base / ("k274-test-" + std::to_string(i));
+    }
+    ~TempFolder() {
+        std::error_code ignored;
+        std::filesystem::remove_all(path_, ignored);
+    }
+    TempFolder(const TempFolder &) = delete;
+    TempFolder &operator=(const TempFolder &) = delete;
+
+    const std::filesystem::path &Path() const { return path_; }
+    std::string File(const std::string &name) const { return (path_ / name).string(); }
+
+private:
+    std::filesystem::path path_;
+};
+
+/// Empty for a file that is not there.
+inline std::string ReadText(const std::filesystem::path &file) {
+    std::ifstream stream(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+inline std::vector<uint8_t> ReadBytes(const std::filesystem::path &file) {
+    std::ifstream stream(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+inline void WriteText(const std::filesystem::path &file, const std::string &text) {
+    std::ofstream(file, std::ios::binary) << text;
+}
