@@ -1,6 +1,7 @@
 // Folders of a test's own and whole files in them.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
@@ -8,13 +9,14 @@
 #include <string>
 #include <vector>
 
-/// A folder that no other process uses; gone with this object.
+/// A folder that no other process uses, nor this one again; gone with this object.
 class TempFolder {
 public:
     TempFolder() {
         const auto base = std::filesystem::temp_directory_path();
-        for (int i = 0; path_.empty() || !std::filesystem::create_directory(path_); ++i)
-            path_ = base / ("k274-test-" + std::to_string(i));
+        static std::atomic<int> next{0};
+        while (path_.empty() || !std::filesystem::create_directory(path_))
+            path_ = base / ("k274-test-" + std::to_string(next++));
     }
     ~TempFolder() {
         std::error_code ignored;
