@@ -17,6 +17,7 @@
 #include "src/state/session.h"
 #include "src/state/settings.h"
 #include "tests/support/system.h"
+#include "tests/support/transcript.h"
 
 #include <filesystem>
 #include <fstream>
@@ -34,6 +35,7 @@ std::vector<int> states;
 void K274_CALLBACK NoteState(int32_t code) {
     std::lock_guard guard(stateLock);
     states.push_back(code);
+    transcript::Note("state " + std::to_string(code));
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "tests/support/scripted_driver.h"
 
 #include "platform/windriver/wdapi.h"
+#include "tests/support/transcript.h"
 
 #include <algorithm>
 #include <cstring>
@@ -19,6 +20,11 @@ Driver *driver = new Driver;
 WDU_EVENT_TABLE events{};
 int deviceObject, driverObject;
 Sent last;
+
+void NoteCall(const std::string &call) {
+    driver->calls.push_back(call);
+    transcript::Note(call);
+}
 
 } // namespace
 
@@ -86,7 +92,7 @@ uint32_t WDU_Init(void **handle, WDU_MATCH_TABLE *, uint32_t, WDU_EVENT_TABLE *t
     bool attach;
     {
         std::lock_guard guard(Lock());
-        driver->calls.push_back("WDU_Init");
+        NoteCall("WDU_Init");
         *handle = &driverObject;
         if (driver->initStatus)
             return driver->initStatus;
@@ -100,7 +106,7 @@ uint32_t WDU_Init(void **handle, WDU_MATCH_TABLE *, uint32_t, WDU_EVENT_TABLE *t
 
 void WDU_Uninit(void *) {
     std::lock_guard guard(Lock());
-    driver->calls.push_back("WDU_Uninit");
+    NoteCall("WDU_Uninit");
     events = {};
 }
 
@@ -108,7 +114,7 @@ uint32_t WDU_TransferBulk(void *, uint32_t pipe, int32_t read, uint32_t, void *b
                           uint32_t *transferred, uint32_t timeoutMs) {
     std::lock_guard guard(Lock());
     if (pipe != (read ? 0x81u : 2u) || timeoutMs != 999)
-        driver->calls.push_back("wrong pipe or time-out");
+        NoteCall("wrong pipe or time-out");
     auto *bytes = static_cast<uint8_t *>(buffer);
     Reply reply;
     if (read) {
@@ -127,12 +133,16 @@ uint32_t WDU_TransferBulk(void *, uint32_t pipe, int32_t read, uint32_t, void *b
     }
     if (reply.claim >= 0)
         *transferred = static_cast<uint32_t>(reply.claim);
+    if (read)
+        transcript::NoteRead(size, *transferred, reply.status);
+    else
+        transcript::NoteSend(last.bytes, reply.status);
     return reply.status;
 }
 
 uint32_t WDU_ResetPipe(void *, uint32_t pipe) {
     std::lock_guard guard(Lock());
-    driver->calls.push_back("WDU_ResetPipe " + std::to_string(pipe));
+    NoteCall("WDU_ResetPipe " + std::to_string(pipe));
     return driver->pipeStatus;
 }
 
@@ -141,7 +151,7 @@ uint32_t WDU_ResetDevice(void *, uint32_t option) {
     uint32_t status;
     {
         std::lock_guard guard(Lock());
-        driver->calls.push_back("WDU_ResetDevice " + std::to_string(option));
+        NoteCall("WDU_ResetDevice " + std::to_string(option));
         hook = driver->onReset;
         status = driver->resetStatus;
     }
@@ -151,18 +161,18 @@ uint32_t WDU_ResetDevice(void *, uint32_t option) {
 }
 
 uint32_t OsEventCreate(void **event) {
-    driver->calls.push_back("OsEventCreate");
+    NoteCall("OsEventCreate");
     *event = driver->eventStatus ? nullptr : new int;
     return driver->eventStatus;
 }
 uint32_t OsEventSignal(void *) { return 0; }
 uint32_t OsEventWait(void *, int32_t) { return 0; }
 void OsEventClose(void *event) {
-    driver->calls.push_back("OsEventClose");
+    NoteCall("OsEventClose");
     delete static_cast<int *>(event);
 }
 uint32_t OsMutexCreate(void **mutex) {
-    driver->calls.push_back("OsMutexCreate");
+    NoteCall("OsMutexCreate");
     *mutex = driver->mutexStatus ? nullptr : new std::mutex;
     return driver->mutexStatus;
 }
@@ -175,6 +185,6 @@ uint32_t OsMutexUnlock(void *mutex) {
     return 0;
 }
 void OsMutexClose(void *mutex) {
-    driver->calls.push_back("OsMutexClose");
+    NoteCall("OsMutexClose");
     delete static_cast<std::mutex *>(mutex);
 }

@@ -1,6 +1,7 @@
 #include "tests/support/test_clock.h"
 
 #include "platform/os/os.h"
+#include "tests/support/transcript.h"
 
 #include <atomic>
 #include <condition_variable>
@@ -52,6 +53,7 @@ namespace os {
 void SleepMs(uint32_t milliseconds) {
     test_clock::now += milliseconds;
     test_clock::sleeps.push_back(milliseconds);
+    transcript::Note("wait " + std::to_string(milliseconds));
     {
         std::unique_lock guard(test_clock::heldLock);
         test_clock::released.wait(guard, [&] { return test_clock::held != milliseconds; });
