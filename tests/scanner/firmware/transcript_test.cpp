@@ -2,7 +2,7 @@
 // in transcripts/. Its first lines say how they are written. K274_RENEW=1 writes the outcomes anew.
 #include "device_fixture.h"
 #include "scanner/firmware/faults.h"
-#include "tests/support/files.h"
+#include "tests/scanner/transcript.h"
 #include "wire/commands.h"
 #include "wire/status.h"
 
@@ -30,7 +30,7 @@ constexpr char kObserved[] =
     "mechParameter1 loopbacks agingMode firmwareLoads fpgaLoads firmwarePrograms fpgaPrograms fpgaErases "
     "formats "
     "recordWrites calibrationWrites afeWrites";
-using Numbers = std::array<uint32_t, sizeof(VS_Observed) / sizeof(uint32_t)>;
+using Counts = std::array<uint32_t, sizeof(VS_Observed) / sizeof(uint32_t)>;
 
 std::string Hex(uint32_t value, int digits) {
     std::ostringstream text;
@@ -100,7 +100,7 @@ private:
     double speed_ = 1;
     Fields asked_{};
     Bytes reply_;
-    Numbers remembered_{};
+    Counts remembered_{};
     std::string told_;
 };
 
@@ -186,7 +186,7 @@ void Player::TellReply(InResult result) {
 
 void Player::TellWhatItRemembers() {
     const VS_Observed observed = device.Observed();
-    Numbers now{};
+    Counts now{};
     std::memcpy(now.data(), &observed, sizeof observed);
     std::istringstream names(kObserved);
     std::string text;
@@ -292,8 +292,6 @@ std::string Player::Do(const std::string &line) {
     return told_;
 }
 
-using Lines = std::vector<std::string>;
-
 /// What comes of each line of a scenario. After a line "with $NAME = A B" the scenario is played with A and
 /// with B in the place of $NAME, and the same must come of it.
 Lines Outcomes(Lines lines) {
@@ -323,27 +321,7 @@ Lines Outcomes(Lines lines) {
 struct Transcripts : testing::TestWithParam<const char *> {};
 
 TEST_P(Transcripts, ComeOutAsTheyStand) {
-    const std::string file = std::string(K274_SOURCE_DIR "/tests/scanner/firmware/transcripts/") + GetParam();
-    const std::string stands = ReadText(file);
-    std::istringstream stream(stands);
-    std::string played;
-    Lines scenario;
-    const auto play = [&] {
-        const Lines outcomes = Outcomes(scenario);
-        for (size_t k = 0; k < scenario.size(); k++)
-            played += scenario[k] + "\n" + outcomes[k];
-        scenario.clear();
-    };
-    for (std::string line; std::getline(stream, line);) {
-        if (line.rfind("== ", 0) == 0)
-            play();
-        if (line.rfind("  ", 0) != 0)
-            scenario.push_back(line);
-    }
-    play();
-    if (std::getenv("K274_RENEW") != nullptr)
-        WriteText(file, played);
-    EXPECT_EQ(stands, played);
+    ExpectTranscript(std::string("scanner/firmware/transcripts/") + GetParam(), Outcomes);
 }
 
 INSTANTIATE_TEST_SUITE_P(Device, Transcripts,

@@ -53,48 +53,4 @@ TEST(Afe, EveryWordScalesItsOwnLightAndSide) {
     }
 }
 
-TEST(Afe, LinesGetTheirLightScaledAndClipped) {
-    constexpr int kWidth = 338, kHeight = 213;
-    Card card;
-    card.dotsPerInch = 100;
-    card.front = {kWidth, kHeight, std::vector<uint8_t>(3 * kWidth * kHeight, 100)};
-    card.back = card.frontUv = card.backUv = card.front;
-    card.frontIr = card.backIr = {kWidth, kHeight, std::vector<uint8_t>(kWidth * kHeight, 100)};
-    const WhiteResponse lamps = LampResponse();
-    Scene scene{&card, {51200, 300800, 648960, 0}, &lamps, 1};
-    const struct {
-        Pass pass;
-        void (*render)(const Scene &, int, uint8_t *);
-        int colours, colour;
-        Light light;
-    } kCases[] = {
-        {Pass::Rgb, RenderRgbLine, 3, 0, Light::kRed},  {Pass::Rgb, RenderRgbLine, 3, 1, Light::kGreen},
-        {Pass::Rgb, RenderRgbLine, 3, 2, Light::kBlue}, {Pass::Ir, RenderIrLine, 1, 0, Light::kInfrared},
-        {Pass::Uv, RenderUvLine, 3, 0, Light::kUvRed},  {Pass::Uv, RenderUvLine, 3, 1, Light::kUvGreen},
-        {Pass::Uv, RenderUvLine, 3, 2, Light::kUvBlue}};
-    for (const auto &c : kCases) {
-        const auto render = [&] {
-            std::vector<uint8_t> bytes(static_cast<size_t>(Info(c.pass).lineBytes));
-            c.render(scene, 800, bytes.data());
-            return bytes;
-        };
-        scene.gains = {};
-        const auto plain = render();
-        const int pixels = Info(c.pass).lineBytes / c.colours, backFirst = c.pass == Pass::Uv ? 684 : 1350;
-        for (const uint32_t factor : {2u, 16u}) {
-            scene.gains.Set(c.light, Side::kBack, factor * kUnityGain);
-            const auto scaled = render();
-            for (int p = 0; p < pixels; p++) {
-                for (int k = 0; k < c.colours; k++) {
-                    const auto at = static_cast<size_t>(c.colours * p + k);
-                    if (p < backFirst || k != c.colour)
-                        ASSERT_EQ(scaled[at], plain[at]) << p;
-                    else if (plain[at] > 20) // dark levels and noise are not scaled
-                        ASSERT_NEAR(scaled[at], std::min(255u, plain[at] * factor), 8.0 * factor) << p;
-                }
-            }
-        }
-    }
-}
-
 } // namespace

@@ -102,45 +102,6 @@ TEST(OpticsGeometry, ASpotAppearsInTheLineAndPixelOfEachColour) {
     }
 }
 
-TEST(OpticsGeometry, CardEndsAtItsEdgesAndRoundedCorners) {
-    Card card = PlainCard(100, 80);
-    card.cornerRadius = 20;
-    const struct {
-        int x, y; // pixels of the art
-        bool lit;
-    } kCases[] = {{0, 40, true}, {-2, 40, false}, {98, 40, true}, {101, 40, false},
-                  {50, 1, true}, {50, -2, false}, {50, 79, true}, {50, 81, false},
-                  {4, 4, false}, {8, 8, true},    {95, 75, false}};
-    for (const auto &c : kCases) {
-        const Line line = Render(SceneOf(&card), Pass::Rgb, 2299 - kLead - c.x);
-        for (const int pixel : {kFrontEdge - 1 - c.y, 4027 - (kBackEdge - 1 - c.y)})
-            EXPECT_EQ(line[static_cast<size_t>(3 * pixel + 1)] > 100, c.lit) << c.x << ", " << c.y;
-    }
-}
-
-TEST(OpticsGeometry, CardsOfAnyShapeStayInsideTheLine) {
-    const struct {
-        int width, height, dotsPerInch, cornerRadius;
-        Placement placement;
-    } kCases[] = {{0, 0, 550, 0, {51200, 300800, 648960, 0}}, // pictures may be missing
-                  {1925, 1210, 550, 605, {51200, 300800, 648960, 171}},
-                  {300, 100, 100, 12, {-384000, 768000, 1116160, 4000}},
-                  {300, 100, 100, 12, {588544, -12800, 335360, -4000}}};
-    for (const auto &c : kCases) {
-        Card card = PlainCard(c.width, c.height);
-        card.dotsPerInch = c.dotsPerInch;
-        card.cornerRadius = c.cornerRadius;
-        card.traits.dust = Dust::kHeavy;
-        const Scene scene{&card, c.placement, SceneOf(nullptr).lamps, 1, 77};
-        for (const Pass pass : {Pass::Rgb, Pass::Ir, Pass::Uv}) {
-            for (const int n : {0, 1000, 2094, 2098, 2099, 2100, 2299}) {
-                const Line line = Render(scene, pass, std::min(n, Info(pass).lines - 1));
-                EXPECT_LT(*std::max_element(line.end() - 42, line.end()), 12) << "the tail is blind";
-            }
-        }
-    }
-}
-
 TEST(OpticsScene, CardsLieWhereASearchFindsThem) {
     std::set<int> skews;
     for (uint32_t k = 0; k < 40000; k++) {
@@ -203,48 +164,6 @@ TEST(OpticsScene, WhiteShowsTheLampsWithANoiseOfOneLevel) {
         const auto none = Measure(SceneOf(nullptr), c.pass, c.first).first;
         const double beside = std::accumulate(none.begin(), none.end(), 0.0) / double(none.size());
         EXPECT_NEAR(beside, c.dark + (c.pass == Pass::Uv ? 0 : 2), 0.5);
-    }
-}
-
-TEST(OpticsScene, DustIsAsMuchAsTheCardAsksForAndStaysWhileTheSeedDoes) {
-    const WhiteResponse lamps = LampResponse();
-    Card card = PlainCard(140, 1169);
-    const auto clean = Measure(SceneOf(&card), Pass::Ir, 2080).first;
-    /// Front pixels that are darker than without dust, and how many shine where no card is.
-    const auto dust = [&](Dust asked, uint32_t seed, uint32_t scan) {
-        card.traits.dust = asked;
-        Scene scene = MakeScene(card, lamps, seed, scan);
-        scene.placement = SceneOf(nullptr).placement;
-        const auto on = Measure(scene, Pass::Ir, 2080).first, beside = Measure(scene, Pass::Ir, 2250).first;
-        std::pair<std::set<size_t>, int> pixels;
-        for (size_t p = 80; p < 1125; p++) {
-            if (on[p] < clean[p] - 2)
-                pixels.first.insert(p);
-            pixels.second += beside[p] > 17 && beside[p] < 23;
-        }
-        return pixels;
-    };
-    const auto light = dust(Dust::kLight, 9, 1);
-    EXPECT_TRUE(!light.first.empty() && light.first.size() <= 15 && light.second == 0) << light.first.size();
-    EXPECT_EQ(light, dust(Dust::kLight, 9, 2));
-    EXPECT_NE(light, dust(Dust::kLight, 10, 1));
-    EXPECT_GT(dust(Dust::kHeavy, 9, 1).second, 20);
-    EXPECT_TRUE(dust(Dust::kNone, 9, 1).first.empty());
-}
-
-TEST(OpticsScene, TransportThatSlipsDrawsTheCardOut) {
-    Card card = PlainCard(1856, 1169);
-    const auto length = [&card](Pass pass, size_t pixel) { // lines that are bright in the middle of the front
-        int lines = 0;
-        for (int n = 0; n < Info(pass).lines; n += 5)
-            lines += Render(SceneOf(&card), pass, n)[pixel] > 20 ? 5 : 0;
-        return lines;
-    };
-    for (const double slip : {0.0, 0.032}) {
-        EXPECT_NEAR(length(Pass::Rgb, 900), 1856, 6);
-        EXPECT_NEAR(length(Pass::Ir, 300), 2025 * (1 + slip), 6);
-        EXPECT_NEAR(length(Pass::Uv, 900), 1012 * (1 + slip / 2), 6);
-        card.traits.behaviour = Behaviour::kSlipping;
     }
 }
 
