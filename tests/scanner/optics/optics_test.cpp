@@ -1,12 +1,10 @@
-// Where the art of a card appears in the lines, how bright it is there, and what a seed decides: how cards
-// lie, noise and dust.
+// How cards lie, how bright white is in the lines, and how even.
 #include "scanner/cards/hidden_light.h"
 #include "scanner/firmware/line_pass.h"
+#include "scanner/optics/travel.h"
 
 #include <gtest/gtest.h>
 
-#include <cmath>
-#include <functional>
 #include <numeric>
 #include <set>
 
@@ -15,25 +13,20 @@ namespace {
 using namespace scanner;
 using Line = std::vector<uint8_t>;
 
-/// The same level of art in every colour. Infrared and ultraviolet light show what visible light does.
-Card MakeCard(int width, int height, const std::function<uint8_t(int x, int y)> &paint) {
+/// White in every colour and under every light.
+Card WhiteCard(int width, int height) {
     Card card;
-    card.front = {width, height, {}};
-    for (int i = 0; i < 3 * width * height; i++)
-        card.front.rgb.push_back(paint(i / 3 % width, i / 3 / width));
+    card.front = {width, height, std::vector<uint8_t>(static_cast<size_t>(3 * width * height), 255)};
     card.back = card.frontUv = card.backUv = card.front;
     card.frontIr = card.backIr = Luminance(card.front);
     return card;
 }
-Card PlainCard(int width, int height, uint8_t level = 255) {
-    return MakeCard(width, height, [level](int, int) { return level; });
-}
 
 constexpr int kLead = 200, kFrontEdge = 1175, kBackEdge = 2535;
-/// A card lying still and straight under clean glass; the skew in 1/65536.
-Scene SceneOf(const Card *card, int skew = 0) {
+/// A card lying still and straight under clean glass.
+Scene SceneOf(const Card *card) {
     static const WhiteResponse lamps = LampResponse();
-    return {card, {kLead * 256, kFrontEdge * 256, kBackEdge * 256, skew}, &lamps, 1, 0};
+    return {card, {kLead * 256, kFrontEdge * 256, kBackEdge * 256, 0}, &lamps, 1, 0};
 }
 
 Line Render(const Scene &scene, Pass pass, int line) {
@@ -42,64 +35,6 @@ Line Render(const Scene &scene, Pass pass, int line) {
      : pass == Pass::Ir ? RenderIrLine
                         : RenderUvLine)(scene, line, bytes.data());
     return bytes;
-}
-
-TEST(OpticsGeometry, ASpotAppearsInTheLineAndPixelOfEachColour) {
-    constexpr int kWidth = 90, kHeight = 60;
-    constexpr int kX = 70, kY = 11, kSize = 4; // far from the middle of the card: mirrored, it is elsewhere
-    Card card = MakeCard(kWidth, kHeight, [](int x, int y) {
-        return static_cast<uint8_t>(std::abs(x - kX) <= kSize && std::abs(y - kY) <= kSize ? 255 : 0);
-    });
-    const struct {
-        const char *what;
-        Pass pass;
-        int colours, colour;
-        double first, perColumn; // line of the leading edge, lines a column
-        int late;                // lines later than the others
-    } kRows[] = {
-        {"red", Pass::Rgb, 3, 0, 2099, 1, -4},
-        {"green", Pass::Rgb, 3, 1, 2099, 1, 0},
-        {"blue", Pass::Rgb, 3, 2, 2099, 1, 4},
-        {"infrared", Pass::Ir, 1, 0, 2213, 2025 / 1856.0, 0},
-        {"UV red", Pass::Uv, 3, 0, 1095, 1012 / 1856.0, 0},
-        {"UV green", Pass::Uv, 3, 1, 1095, 1012 / 1856.0, 2},
-        {"UV blue", Pass::Uv, 3, 2, 1095, 1012 / 1856.0, 4},
-    };
-    const struct { int dotsPerInch, skew; } kWays[] = {{550, 0}, {300, 171}, {1100, -171}, {550, 4000}};
-    for (const auto &way : kWays) {
-        card.dotsPerInch = way.dotsPerInch;
-        const Scene scene = SceneOf(&card, way.skew);
-        for (const auto &row : kRows) {
-            for (const bool front : {true, false}) {
-                // From the leading edge, which is the back's other end, and the upper edge, before the turn.
-                const double scale = 550.0 / way.dotsPerInch, turn = way.skew / 65536.0,
-                             one = 1 + turn * turn;
-                const double across = ((front ? kX : kWidth - 1 - kX) + 0.5) * scale - 0.5;
-                const double down = (kY + 0.5) * scale - 0.5;
-                const double x = (across + turn * down) / one, y = (down - turn * across) / one;
-                const double line = row.first + row.late - x * row.perColumn;
-                double pixel = front ? kFrontEdge - 1 - y : 4027 - (kBackEdge - 1 - y);
-                if (row.pass == Pass::Uv)
-                    pixel = (pixel + (front ? -0.5 : 2.5)) / 2;
-
-                double light = 0, lines = 0, pixels = 0; // the middle of what is bright round the place
-                for (int n = static_cast<int>(line) - 12; n <= static_cast<int>(line) + 12; n++) {
-                    const Line seen = Render(scene, row.pass, n);
-                    for (int p = static_cast<int>(pixel) - 12; p <= static_cast<int>(pixel) + 12; p++) {
-                        const int at = row.colours * p + row.colour;
-                        const int level =
-                            std::max(seen[static_cast<size_t>(at)] - (row.pass == Pass::Uv ? 5 : 12), 0);
-                        light += level;
-                        lines += level * n;
-                        pixels += level * p;
-                    }
-                }
-                ASSERT_GT(light, 30) << row.what << way.dotsPerInch;
-                EXPECT_NEAR(lines / light, line, 0.3) << row.what << front << way.dotsPerInch;
-                EXPECT_NEAR(pixels / light, pixel, 0.3) << row.what << front << way.dotsPerInch;
-            }
-        }
-    }
 }
 
 TEST(OpticsScene, CardsLieWhereASearchFindsThem) {
@@ -134,7 +69,7 @@ std::pair<std::vector<double>, std::vector<double>> Measure(const Scene &scene, 
 }
 
 TEST(OpticsScene, WhiteShowsTheLampsWithANoiseOfOneLevel) {
-    const Card card = PlainCard(140, 1169);
+    const Card card = WhiteCard(140, 1169);
     const WhiteResponse lamps = LampResponse();
     const auto white = [&lamps](int table, int position) {
         return lamps[static_cast<size_t>(table * kSensorRows + position)];
@@ -165,6 +100,29 @@ TEST(OpticsScene, WhiteShowsTheLampsWithANoiseOfOneLevel) {
         const double beside = std::accumulate(none.begin(), none.end(), 0.0) / double(none.size());
         EXPECT_NEAR(beside, c.dark + (c.pass == Pass::Uv ? 0 : 2), 0.5);
     }
+}
+
+TEST(OpticsScene, TransportWobblesAsMuchAsItIsToldTo) {
+    const WhiteResponse lamps = LampResponse();
+    Scene scene{nullptr, {}, &lamps, 77};
+    std::vector<int64_t> seen[3];
+    for (const int jitter : {0, 1, 2}) {
+        scene.jitter = jitter * 65536;
+        for (int line = 0; line < 2300; line++)
+            seen[jitter].push_back(Wobble(scene, line));
+    }
+    int64_t most = 0, least = 0;
+    for (size_t line = 0; line < seen[0].size(); line++) {
+        EXPECT_EQ(seen[0][line], 0);
+        EXPECT_NEAR(double(seen[2][line]), 2.0 * double(seen[1][line]), 2);
+        if (line > 0) // by turns, without jumps
+            EXPECT_LE(std::abs(seen[1][line] - seen[1][line - 1]), 65536 / 6 + 1);
+        most = std::max(most, seen[1][line]);
+        least = std::min(least, seen[1][line]);
+    }
+    EXPECT_TRUE(most > 60000 && most <= 65536 && least < -60000 && least >= -65536) << most << ", " << least;
+    scene.noiseSeed++;
+    EXPECT_NE(Wobble(scene, 100), seen[2][100]);
 }
 
 } // namespace
