@@ -1,8 +1,8 @@
 // Steps of a full 1200-dpi pass, after its transfer.
 #include "bench/capture/step_table.h"
 
-#include "bench/literal/hires.h"
 #include "src/capture/hires.h"
+#include "tests/reference/formulas.h"
 
 #include <cstring>
 #include <memory>

@@ -1,10 +1,12 @@
 // Steps of the infrared pass, with the barcode images that the scan makes while it runs.
 #include "bench/capture/step_table.h"
 
-#include "bench/literal/ir_uv.h"
-#include "bench/literal/rgb.h"
 #include "src/analysis/ir_profiles.h"
+#include "src/capture/ir_destripe.h"
+#include "src/capture/ir_gain.h"
+#include "src/capture/ir_store.h"
 #include "src/carddata/barcode_images.h"
+#include "tests/reference/formulas.h"
 
 #include <benchmark/benchmark.h>
 
@@ -56,7 +58,7 @@ void StoreLines() {
 void CopyLines() { std::memcpy(rawBytes, lines, sizeof lines); }
 
 void PlainGain() {
-    reference::CopyImage(raw, corrected);
+    reference::Copy<1>(raw, corrected);
     reference::IrIllumGain(gains, corrected);
 }
 void Gain() { IrIllumGain(raw, gains, corrected); }

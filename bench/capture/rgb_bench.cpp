@@ -1,10 +1,12 @@
 // Steps of the visible-light pass.
 #include "bench/capture/step_table.h"
 
-#include "bench/literal/rgb.h"
 #include "src/analysis/rgb_profiles.h"
 #include "src/analysis/white_test.h"
 #include "src/capture/measure.h"
+#include "src/capture/rgb_crop.h"
+#include "src/capture/rgb_store.h"
+#include "tests/reference/formulas.h"
 
 #include <benchmark/benchmark.h>
 
@@ -57,12 +59,12 @@ void CopyLines() {
                     kRgbBlockBytes);
 }
 
-void PlainCopy() { reference::CopyImage(raw, corrected); }
+void PlainCopy() { reference::Copy<3>(raw, corrected); }
 void Copy() { CopyImage(raw, corrected); }
 void CopyWhole() { std::memcpy(correctedBytes, rawBytes, kImageBytes); }
 
 void PlainGain() {
-    reference::CopyImage(raw, corrected);
+    reference::Copy<3>(raw, corrected);
     reference::RgbIllumGain(gains, corrected);
 }
 void Gain() { RgbIllumGain(raw, gains, corrected); }
@@ -97,10 +99,8 @@ void CorrectedProfile() { RgbCorResp(corrected, correctedTable); }
 void CopyCorrectedProfile() { CopySpans(corrected, 0, kSensorRows, 1, 1155, 580); }
 
 void PlainLevels() {
-    int front = 0, back = 0;
-    reference::RgbLevels(raw, front, back);
-    benchmark::DoNotOptimize(front + back);
-    benchmark::DoNotOptimize(reference::WhiteTest(raw));
+    benchmark::DoNotOptimize(reference::RgbLevels(raw));
+    benchmark::DoNotOptimize(reference::WhiteTest(raw, measures));
 }
 void LevelsAndWhiteTest() {
     benchmark::DoNotOptimize(RgbLevels(raw));

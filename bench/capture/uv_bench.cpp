@@ -1,8 +1,9 @@
 // Steps of the ultraviolet pass.
 #include "bench/capture/step_table.h"
 
-#include "bench/literal/ir_uv.h"
 #include "src/analysis/uv_profiles.h"
+#include "src/capture/uv_crop.h"
+#include "tests/reference/formulas.h"
 
 #include <benchmark/benchmark.h>
 

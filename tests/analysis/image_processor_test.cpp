@@ -5,8 +5,7 @@
 #include "src/analysis/uv_profiles.h"
 #include "src/analysis/white_test.h"
 
-#include "bench/literal/ir_uv.h"
-#include "bench/literal/rgb.h"
+#include "tests/reference/formulas.h"
 #include "tests/support/images.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 // Cards drawn into a raw image, and where the search finds them. Every image also goes through the literal
 // loops, whose marks and crops must be the same.
-#include "bench/literal/rgb.h"
+#include "tests/reference/formulas.h"
 #include "tests/support/images.h"
 
 #include <gtest/gtest.h>

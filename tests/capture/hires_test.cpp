@@ -1,7 +1,7 @@
 // The steps of the 1200-dpi passes.
 #include "src/capture/hires.h"
 
-#include "bench/literal/hires.h"
+#include "tests/reference/formulas.h"
 #include "tests/support/images.h"
 
 #include <gtest/gtest.h>

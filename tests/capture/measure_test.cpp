@@ -1,7 +1,7 @@
 // Levels, card size and card length on drawn images.
 #include "src/capture/measure.h"
 
-#include "bench/literal/rgb.h"
+#include "tests/reference/formulas.h"
 #include "tests/support/images.h"
 
 #include <gtest/gtest.h>
@@ -13,10 +13,9 @@ namespace {
 
 TEST(LevelsTest, TruncatedMeansOfTheSampledPixelsAlone) {
     ColourImage visible = ColourImage().Randomize(5);
-    int front = 0, back = 0;
-    reference::RgbLevels(visible.View(), front, back);
-    EXPECT_EQ(RgbLevels(visible.View()).front, front);
-    EXPECT_EQ(RgbLevels(visible.View()).back, back);
+    const Levels expected = reference::RgbLevels(visible.View());
+    EXPECT_EQ(RgbLevels(visible.View()).front, expected.front);
+    EXPECT_EQ(RgbLevels(visible.View()).back, expected.back);
 
     GreyImage infrared(255);
     ColourImage ultraviolet = UvImage(255);

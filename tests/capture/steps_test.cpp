@@ -1,6 +1,5 @@
 // Every step that computes pixels leaves, byte for byte, what the literal loops leave.
-#include "bench/literal/ir_uv.h"
-#include "bench/literal/rgb.h"
+#include "tests/reference/formulas.h"
 #include "src/capture/gain_rows.h"
 #include "src/carddata/barcode_images.h"
 #include "tests/support/images.h"

@@ -1,5 +1,5 @@
 // Corrections, crops and lamp check of the ultraviolet image.
-#include "bench/literal/ir_uv.h"
+#include "tests/reference/formulas.h"
 #include "tests/support/images.h"
 
 #include <gtest/gtest.h>
