@@ -1,6 +1,7 @@
 // Steps of the infrared pass, with the barcode images that the scan makes while it runs.
 #include "bench/capture/step_table.h"
 
+#include "include/k274.h"
 #include "src/analysis/ir_profiles.h"
 #include "src/capture/ir_destripe.h"
 #include "src/capture/ir_gain.h"

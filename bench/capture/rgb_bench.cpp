@@ -69,10 +69,10 @@ void PlainGain() {
 }
 void Gain() { RgbIllumGain(raw, gains, corrected); }
 
-template <void (*crop)(ColourView, ConstColourView, CardPosition &, ColourView, ColourView, ColourView)>
+void PlainCrop() { reference::RgbCrop(raw, corrected, FindCard(raw), natFr, natBk, edge); }
 void Crop() {
     CardPosition position{};
-    crop(raw, corrected, position, natFr, natBk, edge);
+    RgbCrop(raw, corrected, position, natFr, natBk, edge);
     benchmark::DoNotOptimize(position);
 }
 void CopyCrops() {
@@ -98,10 +98,7 @@ void PlainCorrectedProfile() { reference::RgbCorResp(corrected, correctedTable);
 void CorrectedProfile() { RgbCorResp(corrected, correctedTable); }
 void CopyCorrectedProfile() { CopySpans(corrected, 0, kSensorRows, 1, 1155, 580); }
 
-void PlainLevels() {
-    benchmark::DoNotOptimize(reference::RgbLevels(raw));
-    benchmark::DoNotOptimize(reference::WhiteTest(raw, measures));
-}
+// Of few pixels, the same on both sides.
 void LevelsAndWhiteTest() {
     benchmark::DoNotOptimize(RgbLevels(raw));
     benchmark::DoNotOptimize(WhiteTest(raw, measures));
@@ -118,11 +115,11 @@ void CopyPass() { All<CopyLines, CopyLevels, CopyWhole, CopyCrops, CopyRawProfil
 } // namespace
 
 void PlainRgbPass() {
-    All<StoreLines<reference::RgbLineStore>, PlainLevels, PlainGain, Crop<reference::RgbCrop>,
-        PlainRawProfile, PlainCorrectedProfile>();
+    All<StoreLines<reference::RgbLineStore>, LevelsAndWhiteTest, PlainGain, PlainCrop, PlainRawProfile,
+        PlainCorrectedProfile>();
 }
 void RgbPass() {
-    All<StoreLines<RgbLineStore>, LevelsAndWhiteTest, Gain, Crop<RgbCrop>, RawProfile, CorrectedProfile>();
+    All<StoreLines<RgbLineStore>, LevelsAndWhiteTest, Gain, Crop, RawProfile, CorrectedProfile>();
 }
 void CopyRgbRaw() { CopyWhole(); }
 
@@ -134,10 +131,9 @@ std::vector<StepRow> RgbRows() {
          "<= 6.5 copies"},
         {"RGB copy", PlainCopy, Copy, CopyWhole},
         {"RGB copy and gain", PlainGain, Gain, CopyWhole, "<= 1.3 copies"},
-        {"RGB search and crops", Crop<reference::RgbCrop>, Crop<RgbCrop>, CopyCrops},
+        {"RGB search and crops", PlainCrop, Crop, CopyCrops},
         {"RGB raw profile", PlainRawProfile, RawProfile, CopyRawProfile},
         {"RGB corrected profile", PlainCorrectedProfile, CorrectedProfile, CopyCorrectedProfile},
-        {"RGB levels, white test", PlainLevels, LevelsAndWhiteTest, CopyLevels},
         {"RGB pass", PlainRgbPass, RgbPass, CopyPass, ">= 4 x plain"},
     };
 }

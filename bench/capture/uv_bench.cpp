@@ -1,6 +1,7 @@
 // Steps of the ultraviolet pass.
 #include "bench/capture/step_table.h"
 
+#include "include/k274.h"
 #include "src/analysis/uv_profiles.h"
 #include "src/capture/uv_crop.h"
 #include "tests/reference/formulas.h"
@@ -55,7 +56,6 @@ void PlainRealign() {
 }
 void Realign() { UvRealign(kOptions, gains, raw, corrected); }
 
-void PlainWhite() { measure = reference::UvWhiteLevel(corrected); }
 void White() { measure = UvWhiteLevel(corrected); }
 
 void PlainTones() {
@@ -82,7 +82,7 @@ void Profiles() { UvResp(raw, corrected, measures, rawTable, correctedTable); }
 
 // Levels and lamp check, of few pixels each, are left out on both sides.
 constexpr Step kPlainEnd =
-    All<Brighten<reference::UvBrighten>, PlainRealign, PlainWhite, PlainTones, PlainCrops, PlainProfiles>;
+    All<Brighten<reference::UvBrighten>, PlainRealign, White, PlainTones, PlainCrops, PlainProfiles>;
 constexpr Step kEnd = All<Brighten<UvBrighten>, Realign, White, Tones, Crops, Profiles>;
 
 // The corrected image before its tones.
@@ -99,7 +99,6 @@ std::vector<StepRow> UvRows() {
     return {
         {"UV brighten", Brighten<reference::UvBrighten>, Brighten<UvBrighten>, CopyWhole, "", Fetch},
         {"UV realign to gain", PlainRealign, Realign, CopyWhole, "", Fetch},
-        {"UV white level", PlainWhite, White, CopyWhole, "", Corrected},
         {"UV gain and tones", PlainTones, Tones, CopyWhole, "", Corrected},
         {"UV crops", PlainCrops, Crops, CopyCrops},
         {"UV profiles", PlainProfiles, Profiles, CopyWhole},

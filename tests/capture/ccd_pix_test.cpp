@@ -1,6 +1,7 @@
 // Response blocks in, gains out: the values of single responses, the ends that are held, unsound replies.
 #include "src/capture/ccd_pix.h"
 
+#include "tests/support/data.h"
 #include "wire/bytes.h"
 
 #include <gtest/gtest.h>
@@ -16,9 +17,9 @@ namespace {
 
 class CcdPixTest : public testing::Test {
 protected:
-    uint8_t *Table(int table) { return reply_.data() + wire::kResponsesAt + table * kSensorRows; }
+    uint8_t *Responses(int table) { return reply_.data() + wire::kResponsesAt + table * kSensorRows; }
     void Set(int table, int first, int last, int value) {
-        std::fill(Table(table) + first, Table(table) + last + 1, static_cast<uint8_t>(value));
+        std::fill(Responses(table) + first, Responses(table) + last + 1, static_cast<uint8_t>(value));
     }
     void Seal() {
         wire::Store32(reply_.data(), kResponseBytes);
@@ -65,32 +66,18 @@ TEST_F(CcdPixTest, GainsOfSingleResponses) {
 // The response falls to 0 outside the given positions in the green table; the other tables rise along the
 // sensor, so that a held gain tells which position it was taken from.
 TEST_F(CcdPixTest, HoldsTheEndsOfTheSensor) {
-    const struct {
-        const char *name;
-        int frontFirst, frontLast, backFirst, backLast; // bright green positions
-        int edges[4];
-    } cases[] = {
-        {"bright everywhere", 0, 1349, 1350, 2699, {3, 1180, 1360, 2580}},
-        // One bright position of the three does not make 120, two do.
-        {"dark ends", 18, 1160, 1398, 2545, {19, 1159, 1399, 2544}},
-        {"just inside the window", 3, 1179, 1360, 2579, {4, 1178, 1361, 2578}},
-        {"just outside it", 2, 1181, 1359, 2581, {3, 1180, 1360, 2580}},
-    };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.name);
+    for (const auto &row : Table("capture/held_ends.txt")) {
+        SCOPED_TRACE(row[0]);
+        const std::vector<int> bright = Ints(row[1]), e = Ints(row[2]);
         for (int table : {0, 2, 3})
             for (int i = 0; i < kSensorRows; i++)
                 Set(table, i, i, 100 + i % 120);
         Set(1, 0, kSensorRows - 1, 0);
-        Set(1, c.frontFirst, c.frontLast, 200);
-        Set(1, c.backFirst, c.backLast, 200);
+        Set(1, bright[0], bright[1], 200);
+        Set(1, bright[2], bright[3], 200);
         Load();
-        const int(&e)[4] = c.edges;
         for (int i = 0; i < kSensorRows; i++) {
-            const int from = i < e[0]   ? e[0]
-                             : i < 1350 ? std::min(i, e[1])
-                             : i < e[2] ? e[2]
-                                        : std::min(i, e[3]);
+            const int from = i < 1350 ? std::clamp(i, e[0], e[1]) : std::clamp(i, e[2], e[3]);
             ASSERT_NEAR(ccd_.gainB[i], std::min(2.55, std::pow(224.0 / (100 + from % 120), 0.97)), 1e-5) << i;
             ASSERT_TRUE(ccd_.gainR[i] == ccd_.gainB[i] && ccd_.gainIr[i] == ccd_.gainB[i]) << i;
             ASSERT_EQ(ccd_.fixRgb[i][0], static_cast<uint16_t>(ccd_.gainB[i] * 128)) << i;
@@ -99,30 +86,21 @@ TEST_F(CcdPixTest, HoldsTheEndsOfTheSensor) {
 }
 
 TEST_F(CcdPixTest, HoldsTheUltravioletEnds) {
-    const struct {
-        const char *name;
-        std::vector<int> dark; // positions without response
-        int edges[4];
-    } cases[] = {
-        {"default edges", {}, {40, 560, 780, 1310}},
-        {"dark at the first position tried", {40, 560, 770, 1310}, {43, 557, 773, 1307}},
-        {"dark at the last position tried", {0, 599, 731, 1349}, {3, 596, 734, 1346}},
-        {"dark just outside the windows", {41, 600, 730, 1309}, {40, 560, 780, 1310}},
-    };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.name);
+    for (const auto &row : Table("capture/held_uv_ends.txt")) {
+        SCOPED_TRACE(row[0]);
+        const std::vector<int> e = Ints(row[2]);
         Set(0, 0, 6 * kSensorRows - 1, 200);
         for (int i = 0; i < 1350; i++)
             Set(6, i, i, 100 + i % 120);
-        for (const int position : c.dark)
+        for (const int position : Ints(row[1]))
             Set(6, position, position, 0);
         Load();
-        const int(&e)[4] = c.edges;
-        EXPECT_TRUE(std::equal(e, e + 4, ccd_.edge));
+        EXPECT_TRUE(std::equal(e.begin(), e.end(), ccd_.edge));
         for (int i = 0; i < 1350; i++) {
-            const int from = i < 675 ? (i <= e[0] ? e[0] + 1 : std::min(i, e[1] - 2))
-                                     : (i <= e[2] ? e[2] + 2 : std::min(i, e[3] - 2));
-            const uint8_t response = Table(6)[from];
+            const int from = i < 675     ? std::clamp(i, e[0] + 1, e[1] - 2)
+                             : i <= e[2] ? e[2] + 2
+                                         : std::min(i, e[3] - 2);
+            const uint8_t response = Responses(6)[from];
             const double gain = response == 0 ? 2.55 : std::min(2.55, std::pow(224.0 / response, 0.95));
             ASSERT_NEAR(ccd_.gainUv[i], gain, 1e-5) << i;
             ASSERT_EQ(ccd_.fixUv[i], static_cast<uint16_t>(ccd_.gainUv[i] * 64)) << i;

@@ -1,6 +1,4 @@
 // The steps of the 1200-dpi passes.
-#include "src/capture/hires.h"
-
 #include "tests/reference/formulas.h"
 #include "tests/support/images.h"
 
@@ -32,18 +30,13 @@ private:
     std::unique_ptr<uint8_t[]> bytes_{new uint8_t[kBytes]};
 };
 
-struct HiresTest : testing::Test {
-    HiresTest() {
-        std::mt19937 random(3);
-        for (auto &gain : gains)
-            for (uint16_t &channel : gain)
-                channel = static_cast<uint16_t>(random() % 4 ? random() % 400 : random() % 65536);
-    }
-    RgbGains gains;
-    ColourImage front{2300, 1000, 9}, back{2300, 1000, 9};
-};
-
-TEST_F(HiresTest, EveryStepEqualsTheLiteralLoops) {
+TEST(HiresTest, EveryStepEqualsThePlainLoops) {
+    static RgbGains gains;
+    std::mt19937 random(3);
+    for (auto &gain : gains)
+        for (uint16_t &channel : gain)
+            channel = static_cast<uint16_t>(random() % 4 ? random() % 400 : random() % 65536);
+    ColourImage front(2300, 1000, 9), back = front;
     Store store(1), plain(1);
     ColourImage plainFront = front, plainBack = back;
     for (const HrMode mode : {HrMode::Short, HrMode::Full}) {
@@ -62,51 +55,6 @@ TEST_F(HiresTest, EveryStepEqualsTheLiteralLoops) {
     reference::HrSplit(plain.Turned(), plainFront.View(), plainBack.View());
     EXPECT_TRUE(front.bytes == plainFront.bytes);
     EXPECT_TRUE(back.bytes == plainBack.bytes);
-}
-
-// Where single bytes go, from the line that the scanner sent to the image that the host shows.
-TEST_F(HiresTest, PixelsFindTheirPlaces) {
-    Store store(2);
-    const ColourView lines = store.Lines(), turned = store.Turned();
-    std::memset(lines.data, 0, lines.Size());
-    for (auto &gain : gains)
-        std::fill(gain, gain + 3, uint16_t{64});
-    gains[1249][0] = 32;    // pixels 2498 and 2499
-    gains[2607][1] = 128;   // pixels 2500 and 2501
-    gains[1358][2] = 65535; // pixels 4998 and 4999
-    const struct {
-        int line, pixel, channel;
-        uint8_t sent;
-        int row, column, shownChannel; // in the turned image of the short pass
-        uint8_t shown;
-    } cases[] = {
-        {116, 2513, 2, 201, 2499, 939, 0, 100}, {108, 2514, 1, 200, 2500, 939, 1, 255},
-        {100, 1014, 0, 77, 1000, 939, 2, 77},   {100, 13, 0, 78, 13, 939, 0, 78},
-        {100, 4999, 2, 1, 4999, 939, 2, 255},   {16, 28, 2, 79, 14, 1039, 0, 79},
-        {1038, 28, 0, 80, 14, 1, 2, 80},        {1017, 4999, 2, 1, 4999, 22, 2, 255},
-        {1018, 4999, 2, 1, 4999, 21, 2, 1}, // no gain from here on
-    };
-    for (const auto &c : cases)
-        lines.Pixel(c.line, c.pixel)[c.channel] = c.sent;
-    for (int row = 0; row < kHrPixels; row++)
-        for (const int column : {0, 1040})
-            turned.Pixel(row, column)[0] = 9;
-    HrRealign(HrMode::Short, lines);
-    HrGain(HrMode::Short, gains, lines);
-    HrTurn(HrMode::Short, lines, turned);
-    for (const auto &c : cases)
-        EXPECT_EQ(turned.Pixel(c.row, c.column)[c.shownChannel], c.shown) << c.line << ' ' << c.pixel;
-    EXPECT_EQ(turned.Pixel(4321, 0)[0], 9) << "beside the short pass";
-    EXPECT_EQ(turned.Pixel(4321, 1040)[0], 9);
-
-    HrSplit(turned, front.View(), back.View());
-    EXPECT_EQ(front.At(2289 - 1000, 939 - 30)[2], 77);
-    EXPECT_EQ(front.At(2290, 0)[0] + front.At(2299, 999)[2], 0) << "black below the sensor's end";
-    EXPECT_EQ(back.At(0, 0)[0] + back.At(2299, 0)[2], 0) << "black before the first line";
-
-    lines.Pixel(0, 0)[0] = 81;
-    HrTurn(HrMode::Full, lines, turned);
-    EXPECT_EQ(turned.Pixel(0, 3999)[0], 81);
 }
 
 } // namespace

@@ -1,7 +1,13 @@
-// Every step that computes pixels leaves, byte for byte, what the literal loops leave.
-#include "tests/reference/formulas.h"
+// Every step that computes pixels leaves, byte for byte, what the plain loops leave.
 #include "src/capture/gain_rows.h"
+#include "src/capture/ir_destripe.h"
+#include "src/capture/ir_gain.h"
+#include "src/capture/ir_store.h"
+#include "src/capture/rgb_store.h"
+#include "src/capture/stretch.h"
+#include "src/capture/uv_crop.h"
 #include "src/carddata/barcode_images.h"
+#include "tests/reference/formulas.h"
 #include "tests/support/images.h"
 
 #include <gtest/gtest.h>
@@ -12,19 +18,28 @@
 namespace k274 {
 namespace {
 
+// Both forms of a step, each on an image of its own.
+template <typename Image, typename Fast, typename Plain>
+void ExpectSame(const Image &before, const Fast &fast, const Plain &plain) {
+    Image image = before, expected = before;
+    fast(image.View());
+    plain(expected.View());
+    EXPECT_TRUE(image == expected);
+}
+
 template <typename View>
 using Store = void (*)(const uint8_t *block, int number, View raw);
 
 template <typename View, typename Image>
-void ExpectStores(Image image, int blockBytes, Store<View> store, Store<View> literal,
+void ExpectStores(Image image, int blockBytes, Store<View> store, Store<View> plain,
                   std::initializer_list<int> numbers) {
     Image expected = image.Randomize(1);
     std::vector<uint8_t> block(static_cast<size_t>(blockBytes)); // exactly: a byte beyond is noticed
     for (const int number : numbers) {
         FillRandom(block, static_cast<uint32_t>(number));
         store(block.data(), number, image.View());
-        literal(block.data(), number, expected.View());
-        ASSERT_TRUE(image.bytes == expected.bytes) << number;
+        plain(block.data(), number, expected.View());
+        ASSERT_TRUE(image == expected) << number;
     }
 }
 
@@ -72,63 +87,68 @@ TEST(Steps, GainsOfImages) {
         for (uint16_t &gain : gains[row])
             gain = static_cast<uint16_t>(random() % 327);
     }
-    ColourImage raw, corrected, expected = raw.Randomize(2);
-    reference::RgbIllumGain(gains, expected.View());
-    RgbIllumGain(raw.View(), gains, corrected.View());
-    EXPECT_TRUE(corrected.bytes == expected.bytes);
+    ColourImage raw = ColourImage().Randomize(2);
+    const auto plain = [&](ColourView image) { reference::RgbIllumGain(gains, image); };
+    ExpectSame(
+        raw, [&](ColourView image) { RgbIllumGain(image, gains, image); }, plain);
+    ColourImage corrected;
     CopyImage(raw.View(), corrected.View());
-    ASSERT_TRUE(corrected.bytes == raw.bytes);
-    RgbIllumGain(corrected.View(), gains, corrected.View());
-    EXPECT_TRUE(corrected.bytes == expected.bytes) << "in place";
-    for (const char kind : {'V', 'f'}) {
-        RgbWccGain(kind, gains, corrected.View());
-        reference::RgbWccGain(kind, gains, expected.View());
-        EXPECT_TRUE(corrected.bytes == expected.bytes) << kind;
-    }
+    EXPECT_TRUE(corrected == raw);
+    ColourImage expected = raw;
+    plain(expected.View());
+    RgbIllumGain(raw.View(), gains, corrected.View());
+    EXPECT_TRUE(corrected == expected);
+    for (const char kind : {'V', 'f'})
+        ExpectSame(
+            raw, [&](ColourView image) { RgbWccGain(kind, gains, image); },
+            [&](ColourView image) { reference::RgbWccGain(kind, gains, image); });
 
-    GreyImage infrared, irCorrected, irExpected = infrared.Randomize(3);
-    IrIllumGain(infrared.View(), irGains, irCorrected.View());
-    reference::IrIllumGain(irGains, irExpected.View());
-    EXPECT_TRUE(irCorrected.bytes == irExpected.bytes);
+    GreyImage infrared = GreyImage().Randomize(3);
+    ExpectSame(
+        GreyImage(), [&](GreyView image) { IrIllumGain(infrared.View(), irGains, image); },
+        [&](GreyView image) {
+            reference::Copy<1>(infrared.View(), image);
+            reference::IrIllumGain(irGains, image);
+        });
 }
 
-TEST(Steps, RedContrast) {
+TEST(Steps, BarcodeImagesAndRedContrast) {
+    ColourImage colours = ColourImage().Randomize(17);
+    GreyImage infrared = GreyImage().Randomize(18), red0(kSensorRows, kRgbColumns, 0);
+    const GreyImage image(kSensorRows, kRgbColumns, 9);
+    ExpectSame(
+        image, [&](GreyView red) { BuildRedImage(colours.View(), red); },
+        [&](GreyView red) { reference::BuildRedImage(colours.View(), red); });
+    ExpectSame(
+        image, [&](GreyView red) { BuildIrBarcodeImage(infrared.View(), red); },
+        [&](GreyView red) { reference::BuildIrBarcodeImage(infrared.View(), red); });
+
     const ContrastTable table = BuildContrastTable();
     const int stretched[][2] = {{0, 0},    {15, 0},   {16, 1},   {17, 3},   {18, 6},
                                 {56, 127}, {95, 251}, {96, 255}, {97, 255}, {255, 255}};
     for (const auto &[from, to] : stretched)
         EXPECT_EQ(table[static_cast<size_t>(from)], to) << from;
-    GreyImage red0(kSensorRows, kRgbColumns, 0), red1(kSensorRows, kRgbColumns, 9), expected = red1;
     for (uint8_t &byte : red0.Randomize(4).bytes)
         byte = static_cast<uint8_t>(byte >> 1); // most within the table's slope
-    RedContrast(table, red0.View(), red1.View());
-    reference::RedContrast(table, red0.View(), expected.View());
-    EXPECT_TRUE(red1.bytes == expected.bytes);
-}
-
-TEST(Steps, BarcodeImages) {
-    ColourImage colours = ColourImage().Randomize(17);
-    GreyImage infrared = GreyImage().Randomize(18), image(kSensorRows, kRgbColumns, 9), literal = image;
-    BuildRedImage(colours.View(), image.View());
-    reference::BuildRedImage(colours.View(), literal.View());
-    EXPECT_TRUE(image.bytes == literal.bytes);
-    BuildIrBarcodeImage(infrared.View(), image.View());
-    reference::BuildIrBarcodeImage(infrared.View(), literal.View());
-    EXPECT_TRUE(image.bytes == literal.bytes);
+    ExpectSame(
+        image, [&](GreyView red1) { RedContrast(table, red0.View(), red1); },
+        [&](GreyView red1) { reference::RedContrast(table, red0.View(), red1); });
 }
 
 TEST(Steps, InfraredEdges) {
     GreyImage raw;
-    EXPECT_EQ(FindIrEdges(raw.View()).frontLeadCol, 260);
-    EXPECT_EQ(FindIrEdges(raw.View()).backLeadCol, 360);
+    const auto edges = [&] {
+        const IrPosition found = FindIrEdges(raw.View());
+        return std::pair(found.frontLeadCol, found.backLeadCol);
+    };
+    EXPECT_EQ(edges(), std::pair(260, 360));
     for (const int row : {200, 400, 500, 600, 700, 800, 900, 1100})
         *raw.At(row, 120) = 14;
-    *raw.At(200, 100) = 111;
     for (const int row : {1500, 1700, 1800, 1900, 2000, 2100, 2200, 2400})
         *raw.At(row, 350) = 14;
+    *raw.At(200, 100) = 111;
     *raw.At(2400, 39) = *raw.At(2400, 360) = 112;
-    EXPECT_EQ(FindIrEdges(raw.View()).frontLeadCol, 120);
-    EXPECT_EQ(FindIrEdges(raw.View()).backLeadCol, 350);
+    EXPECT_EQ(edges(), std::pair(120, 350));
 }
 
 // Rows behind the sensor's, before it and before the back's half; leading edges at both ends, the last of
@@ -151,8 +171,8 @@ TEST(Steps, InfraredCropsAtAnyPosition) {
         reference::IrCrop(raw.View(), corrected.View(), card, position, plainFront.View(), plainBack.View());
         for (const bool enhance : {false, true}) {
             IrCrop(raw.View(), corrected.View(), card, enhance, front.View(), back.View());
-            EXPECT_TRUE(front.bytes == plainFront.bytes) << enhance;
-            EXPECT_TRUE(back.bytes == plainBack.bytes) << enhance;
+            EXPECT_TRUE(front == plainFront) << enhance;
+            EXPECT_TRUE(back == plainBack) << enhance;
             reference::IrDestripe(plainFront.View());
             reference::IrDestripe(plainBack.View());
         }
@@ -164,6 +184,44 @@ TEST(Steps, StretchTablesFollowTheSinglePrecisionSteps) {
     EXPECT_EQ(kIrStretch[1].wB, 233) << "position 106.91751";
     EXPECT_EQ(kUvStretch[0].a, 53);
     EXPECT_TRUE(kUvStretch[642].a == 642 && kUvStretch[642].b == 642 && kUvStretch[642].wB == 0);
+}
+
+TEST(Steps, UltravioletWithEveryCombinationOfOptions) {
+    static uint16_t gains[kSensorRows];
+    std::mt19937 random(8);
+    for (uint16_t &gain : gains)
+        gain = static_cast<uint16_t>(random() % 164);
+    gains[700] = 65535;
+    ColourImage source = UvImage().Randomize(6), before = UvImage().Randomize(7);
+    ExpectSame(source, UvBrighten, reference::UvBrighten);
+    UvBrighten(source.View());
+    // So dark between the halves that black is no more than 40, and in one channel so bright that it is 255.
+    for (int row = 0; row < kUvLines; row++)
+        for (int i = 0; i < 3 * 10; i++) {
+            uint8_t &byte = source.At(row, 640)[i];
+            byte = static_cast<uint8_t>(i % 3 == 2 ? 254 : byte % (20 + i % 3 * 20));
+        }
+    for (int bits = 0; bits < 16; bits++) {
+        SCOPED_TRACE(bits);
+        const UvOptions options{(bits & 1) != 0, (bits & 2) != 0, (bits & 4) != 0, (bits & 8) != 0};
+        ColourImage raw = source, plainRaw = source, corrected = before, plainCorrected = before;
+        UvCorrect(options, gains, raw.View(), corrected.View());
+        reference::UvCorrect(options, gains, plainRaw.View(), plainCorrected.View());
+        EXPECT_TRUE(raw == plainRaw);
+        EXPECT_TRUE(corrected == plainCorrected);
+    }
+}
+
+TEST(Steps, UltravioletCropsAtEveryEdgeRow) {
+    ColourImage corrected = UvImage().Randomize(9);
+    const ColourImage image(K274_UV_HEIGHT, K274_UV_WIDTH, 77);
+    for (const int row : {1134, 1168, 1234, 0, -1, -900, 2599, 4000})
+        ExpectSame(
+            image, [&](ColourView uvFr) { UvCropFront(corrected.View(), row, uvFr); },
+            [&](ColourView uvFr) { reference::UvCropFront(corrected.View(), row, uvFr); });
+    ExpectSame(
+        image, [&](ColourView uvBk) { UvCropBack(corrected.View(), uvBk); },
+        [&](ColourView uvBk) { reference::UvCropBack(corrected.View(), uvBk); });
 }
 
 } // namespace

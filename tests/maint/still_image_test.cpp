@@ -2,6 +2,7 @@
 #include "src/maint/still_image.h"
 
 #include "src/maint/still_analysis.h"
+#include "tests/support/data.h"
 #include "tests/support/images.h"
 #include "tests/support/library_fixture.h"
 #include "wire/bytes.h"
@@ -62,12 +63,10 @@ TEST_F(LibraryTest, StillImageIsFetchedAndAnalysed) {
     EXPECT_THAT(test_clock::Sleeps(), Contains(125u));
     EXPECT_EQ(scripted::SentPackets(0x09).at(0).bytes[1], 0);
     EXPECT_EQ(scripted::CountSent(0x04), 40);
-    // Worked out from the target by another program.
-    const std::vector<int32_t> expected{
-        217, 192, 210, 187, 228, 205,  189,  165,  199, 174, 210, 180, 120, 86,  113, 80,  131, 98, 91,
-        64,  102, 69,  81,  54,  184,  160,  178,  154, 195, 172, 157, 134, 166, 143, 170, 139, 6,  78,
-        6,   110, 0,   69,  32,  99,   26,   71,   42,  84,  12,  11,  7,   6,   0,   17,  0,   0,  0,
-        0,   36,  20,  37,  49,  1129, 1539, 2681, 62,  77,  48,  53,  16,  17,  46,  25,  -1};
+    std::vector<int32_t> expected;
+    for (const auto &row : Table("maint/still_record.txt"))
+        for (const int value : Ints(row[0]))
+            expected.push_back(value);
     EXPECT_EQ(Record(), expected);
     CopyStillProfiles(profiles.data());
     EXPECT_EQ(std::accumulate(profiles.begin(), profiles.end(), 0), 2318159);
@@ -168,24 +167,16 @@ TEST_F(StillTest, TargetThatIsDarkOrHasNoEdges) {
 }
 
 TEST_F(StillTest, Balance) {
-    // Which balance, the two brightnesses, the means of segment C; the balances of front and back.
-    const int cases[][7] = {
-        {0, 109, 100, 0, 0, 0, 0},   {0, 112, 100, 0, 0, 0, 5},   {0, 113, 100, 0, 0, 0, 6},
-        {0, 117, 100, 0, 0, 0, 15},  {0, 79, 100, 0, 0, 0, 25},   {0, 255, 0, 0, 0, 62, 55},
-        {1, 117, 100, 0, 0, 0, 0},   {1, 125, 100, 0, 0, 10, 10}, {1, 133, 100, 0, 0, 25, 25},
-        {1, 141, 100, 0, 0, 40, 40}, {1, 75, 100, 0, 0, 8, 8},    {1, 67, 100, 0, 0, 22, 22},
-        {1, 83, 100, 0, 0, 0, 0},    {1, 200, 100, 0, 0, 55, 55}, {2, 106, 100, 9, 9, 17, 17},
-        {2, 93, 100, 9, 9, 25, 25},  {2, 113, 100, 9, 9, 55, 55}, {2, 114, 101, 200, 100, 8, 8},
-        {2, 97, 101, 10, 100, 8, 8}, {2, 114, 101, 50, 0, 8, 8},  {2, 108, 101, 103, 100, 4, 4},
-    };
-    for (const auto &c : cases) {
+    for (const auto &row : Table("maint/still_balance.txt")) {
+        const std::vector<int> shown = Ints(row[0]), means = Ints(row[1]);
+        const auto which = static_cast<size_t>(shown[0]);
         constexpr int kFirst[3] = {1, 0, 4};
-        std::memset(profiles, c[2], sizeof profiles);
-        std::memset(profiles[kFirst[c[0]]], c[1], kSensorRows);
-        std::fill_n(record.means[4], 2, c[3]);
-        std::fill_n(record.means[5], 2, c[4]);
+        std::memset(profiles, shown[2], sizeof profiles);
+        std::memset(profiles[kFirst[which]], shown[1], kSensorRows);
+        std::fill_n(record.means[4], 2, means[0]);
+        std::fill_n(record.means[5], 2, means[1]);
         BalanceColours(profiles, record);
-        EXPECT_THAT(record.balance[c[0]], ElementsAre(c[5], c[6])) << c[0] << ": " << c[1] << " to " << c[2];
+        EXPECT_THAT(record.balance[which], testing::ElementsAreArray(Ints(row[2]))) << row[0];
     }
 }
 
@@ -194,41 +185,18 @@ TEST_F(StillTest, ScoresAndVerdict) {
                             {151, 17}, {175, 16}, {5999, 1}, {6000, 0}};
     for (const auto &[penalty, score] : curve)
         EXPECT_EQ(StillScore(penalty), score) << penalty;
-    using Values = std::vector<std::pair<int, int>>; // of the record
-    const struct {
-        Values faults;
-        std::vector<int> expected; // sides, segments, verdict
-    } cases[] = {
-        {{}, {100, 100, 100, 100, 100, 2}},
-        {{{26, 134}, {30, 120}, {32, 98}, {31, 100}}, {70, 63, 90, 63, 70, 0}}, // the largest lack counts
-        {{{36, 5}, {38, 4}, {40, 99}, {43, 9}, {44, 5}, {46, 6}}, {94, 96, 96, 96, 98, 1}},
-        {{{49, 7}, {50, 6}, {52, 6}, {54, 5}, {57, 4}}, {83, 89, 89, 100, 94, 1}},
-        {{{58, 40}, {59, 66}, {60, 1}, {67, 20}}, {100, 100, 63, 50, 79, 1}},
-        {{{59, 67}}, {100, 100, 100, 49, 100, -1}},
-        {{{67, 21}}, {100, 100, 100, 100, 79, -1}},
-        {{{66, 20}, {65, -25}}, {100, 100, 100, 100, 100, 2}},
-        {{{66, 21}}, {100, 100, 100, 100, 100, -1}},
-        {{{65, -26}}, {100, 100, 100, 100, 100, 0}},
-        {{{65, 31}}, {100, 100, 100, 100, 100, -1}},
-        // Peaks apart, the blue one above the green one, far from the reference of 200, above the floor
-        {{{2, 225}, {3, 232}}, {95, 88, 88, 100, 100, 1}},
-        {{{2, 219}, {3, 183}}, {100, 99, 99, 100, 100, 1}},
-        {{{0, 176}, {2, 176}, {1, 228}, {3, 228}}, {90, 74, 74, 100, 100, 1}},
-        {{{0, 168}, {2, 168}, {1, 236}, {3, 236}}, {66, 59, 59, 100, 100, 0}},
-        {{{12, 99}, {13, 0}}, {93, 3, 3, 100, 100, -1}},
-    };
     std::memset(profiles, 200, sizeof profiles);
-    for (const auto &c : cases) {
+    for (const auto &row : Table("maint/still_scores.txt")) {
         int32_t values[74] = {};
         std::fill_n(values, 36, 200);
         std::fill_n(values + 12, 12, 130);
-        for (const auto &[index, value] : c.faults)
-            values[index] = value;
+        const std::vector<int> faults = Ints(row[0]);
+        for (size_t i = 0; i < faults.size(); i += 2)
+            values[faults[i]] = faults[i + 1];
         std::memcpy(&record, values, sizeof record);
         ScoreStill(profiles, record);
         std::memcpy(values, &record, sizeof record);
-        EXPECT_THAT(std::vector<int>(values + 68, values + 74), testing::ElementsAreArray(c.expected))
-            << testing::PrintToString(c.faults);
+        EXPECT_EQ(std::vector<int>(values + 68, values + 74), Ints(row[1])) << row[0];
     }
 }
 

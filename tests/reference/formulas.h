@@ -4,8 +4,8 @@
 
 #include "src/capture/hires.h"
 #include "src/capture/ir_crop.h"
-#include "src/capture/measure.h"
 #include "src/capture/red_contrast.h"
+#include "src/capture/rgb_gain.h"
 #include "src/capture/uv_correct.h"
 #include "src/state/scan_measures.h"
 
@@ -31,13 +31,11 @@ using SensorGains = uint16_t[kSensorRows];
 void RgbLineStore(const uint8_t *block, int linesLeft, ColourView raw);
 void RgbIllumGain(const RgbGains &gains, ColourView corrected);
 void RgbWccGain(char kind, const RgbGains &gains, ColourView corrected);
-void RgbCrop(ColourView raw, ConstColourView corrected, CardPosition &position, ColourView natFr,
+/// Cuts; the card must have been found.
+void RgbCrop(ConstColourView raw, ConstColourView corrected, const CardPosition &at, ColourView natFr,
              ColourView natBk, ColourView edge);
 void RgbResp(ConstColourView rgbr, ResponseTable &raw);
 void RgbCorResp(ConstColourView rgbc, ResponseTable &corrected);
-Levels RgbLevels(ConstColourView raw);
-/// Counts and means of the front and the back; whether the card is a white one.
-bool WhiteTest(ConstColourView raw, ScanMeasures &counts);
 void BuildRedImage(ConstColourView corrected, GreyView red0);
 void RedContrast(const ContrastTable &table, ConstGreyView red0, GreyView red1);
 
@@ -56,11 +54,10 @@ void UvBrighten(ColourView raw);
 void UvRealign(ColourView raw);
 void UvBlackSub(ColourView raw);
 void UvIllumGain(const SensorGains &gains, ConstColourView raw, ColourView corrected);
-UvMeasure UvWhiteLevel(ConstColourView corrected);
 void UvGain(float gain, ColourView corrected);
 void UvBlackTable(int medianLevel, float gain, ColourView corrected);
-/// The steps from UvRealign on, in their order.
-UvMeasure UvCorrect(const UvOptions &options, const SensorGains &gains, ColourView raw, ColourView corrected);
+/// The steps from UvRealign on, in their order, by the white level that UvWhiteLevel finds.
+void UvCorrect(const UvOptions &options, const SensorGains &gains, ColourView raw, ColourView corrected);
 void UvCropFront(ConstColourView corrected, int frontEdgeRow, ColourView uvFr);
 void UvCropBack(ConstColourView corrected, ColourView uvBk);
 void UvResp(ConstColourView uvr, ConstColourView uvc, float gain, ResponseTable &raw,

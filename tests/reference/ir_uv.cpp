@@ -1,8 +1,6 @@
 // Plain loops of the infrared and ultraviolet passes.
 #include "tests/reference/parts.h"
 
-#include <cmath>
-
 namespace k274::reference {
 
 namespace {
@@ -95,28 +93,6 @@ void UvIllumGain(const SensorGains &gains, ConstColourView raw, ColourView corre
     });
 }
 
-UvMeasure UvWhiteLevel(ConstColourView corrected) {
-    int counts[256] = {}, n = 0;
-    for (int r = 140; r < 1060; r += 4)
-        for (int p = 40; p < 1328; p += 5)
-            for (int k = 0; k < 3 && (p < 651 || p > 759); k++, n++)
-                counts[corrected.Pixel(r, p)[k]]++;
-    const auto level = [&](int x) {
-        int v = 255;
-        for (int total = counts[v]; total <= x; total += counts[--v])
-            ;
-        return v;
-    };
-    UvMeasure measure{};
-    measure.uvWhite = (level(n / 5000) + 2 * level(n / 2000) + level(n / 1000)) / 4;
-    measure.medianLevel = level(n / 2);
-    measure.whiteRatio = static_cast<float>(measure.uvWhite) / 255.0F;
-    const double gain = std::pow(static_cast<double>(255.0F / static_cast<float>(measure.uvWhite)),
-                                 static_cast<double>(0.9F));
-    measure.gain = gain < 1 ? 1.0F : gain > 3 ? 3.0F : static_cast<float>(gain);
-    return measure;
-}
-
 void UvGain(float gain, ColourView corrected) {
     const auto g = static_cast<uint32_t>(gain * 128.0F);
     Fill(corrected, [&](int r, int p, int k) { return Gained(corrected.Pixel(r, p)[k], g, 7); });
@@ -136,8 +112,7 @@ void UvBlackTable(int medianLevel, float gain, ColourView corrected) {
     });
 }
 
-UvMeasure UvCorrect(const UvOptions &options, const SensorGains &gains, ColourView raw,
-                    ColourView corrected) {
+void UvCorrect(const UvOptions &options, const SensorGains &gains, ColourView raw, ColourView corrected) {
     reference::UvRealign(raw);
     if (options.blackSub)
         UvBlackSub(raw);
@@ -145,12 +120,11 @@ UvMeasure UvCorrect(const UvOptions &options, const SensorGains &gains, ColourVi
         UvIllumGain(gains, raw, corrected);
     else
         Copy<3>(raw, corrected);
-    const UvMeasure measure = reference::UvWhiteLevel(corrected);
+    const UvMeasure measure = UvWhiteLevel(corrected);
     if (options.gain)
         UvGain(measure.gain, corrected);
     if (options.blackTable)
         UvBlackTable(measure.medianLevel, measure.gain, corrected);
-    return measure;
 }
 
 void UvCropFront(ConstColourView corrected, int frontEdgeRow, ColourView uvFr) {

@@ -59,6 +59,11 @@ std::vector<int64_t> Numbers(const std::string &column) {
     return numbers;
 }
 
+std::vector<int> Ints(const std::string &column) {
+    const std::vector<int64_t> numbers = Numbers(column);
+    return {numbers.begin(), numbers.end()};
+}
+
 void ExpectKept(const std::string &name, const std::string &text) {
     const char *renew = std::getenv("K274_RENEW");
     if (renew != nullptr && std::string(renew) == "1")

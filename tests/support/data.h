@@ -13,6 +13,7 @@ std::string FileText(const std::string &path);
 std::vector<std::vector<std::string>> Table(const std::string &name);
 /// A column of numbers parted by blanks, 0x before hexadecimal ones.
 std::vector<int64_t> Numbers(const std::string &column);
+std::vector<int> Ints(const std::string &column);
 
 /// Compares a text with the file under tests/ that keeps it. With K274_RENEW=1 the file is written anew, to
 /// be read through before it is committed.
