@@ -11,13 +11,12 @@ namespace sd2::own {
 
 constexpr int kField = 929;
 constexpr int kMaxWords = 928;
-constexpr int kMaxCorrection = 512;
 
 class Correction {
 public:
     /// @param words       at most kMaxWords, each below kField; the last `correction` of them protect the
     /// rest
-    /// @param correction  1 to kMaxCorrection, less than there are words
+    /// @param correction  1 to 512, less than there are words
     Correction(const std::vector<int> &words, int correction);
 
     /// Corrects the words. One wrong word costs two of the `correction` words, one unreadable word one; two
