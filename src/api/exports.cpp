@@ -206,7 +206,7 @@ int32_t K274_Params(void *block, uint8_t mode) {
     if (!block)
         return -1;
     std::memcpy(&parameters, block, sizeof parameters);
-    if (ExchangeParameters(parameters, mode) != 0)
+    if (!ExchangeParameters(parameters, mode))
         return -1;
     std::memcpy(block, &parameters, sizeof parameters);
     return 0;
@@ -226,7 +226,10 @@ int32_t K274_AfeRegs(void *block, uint8_t mode) {
     std::memcpy(block, &registers, sizeof registers);
     return 0;
 }
-int32_t K274_SaveWcc(const uint8_t *response) { return response ? SaveWcc(response) : kWccNotSaved; }
+int32_t K274_SaveWcc(const uint8_t *response) {
+    constexpr int32_t kNotSaved = 6;
+    return response && SaveWcc(response) ? 0 : kNotSaved;
+}
 
 // ---- workshop ----
 
@@ -242,7 +245,7 @@ uint8_t K274_GetFocImgAry(uint8_t *image) {
         FocusImage(kFocusKeep, kParameter, image);
     return 1;
 }
-int32_t K274_StillImage(uint8_t *image) { return image ? StillImage(image) : -1; }
+int32_t K274_StillImage(uint8_t *image) { return image && StillImage(image) ? 0 : -1; }
 void K274_SiRes(const uint8_t *image) {
     if (image)
         ReanalyseStill(image);

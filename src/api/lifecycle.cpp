@@ -39,9 +39,9 @@ bool Move(Life from, Life to) {
 // A missing or wrong reply is no error.
 int32_t GreetScanner() {
     CmdPkt packet(command::kOpen);
-    const uint32_t sent = transport.SendCmd(packet);
+    const Outcome sent = transport.SendCmd(packet);
     transport.ReadPacketHdr(packet);
-    return static_cast<int32_t>(sent);
+    return static_cast<int32_t>(sent.status);
 }
 
 int32_t OpenSession() {

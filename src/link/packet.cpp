@@ -6,13 +6,13 @@
 namespace k274 {
 
 bool FwCmd(CmdPkt &packet) {
-    if (transport.SendCmd(packet) != 0)
+    if (!transport.SendCmd(packet).Ok())
         return false;
-    if (transport.ReadPacketHdr(packet) == kComplete)
+    if (transport.ReadPacketHdr(packet).Ok())
         return true;
     transport.ResetDevice();
-    const bool sent = transport.SendCmd(packet) == 0;
-    const bool read = transport.ReadPacketHdr(packet) == kComplete;
+    const bool sent = transport.SendCmd(packet).Ok();
+    const bool read = transport.ReadPacketHdr(packet).Ok();
     if (sent && read)
         return true;
     log.Usb("ReadPacket ERR in FwCmd(), ResetDevice");

@@ -6,6 +6,7 @@
 #include "src/log/log.h"
 #include "wire/status.h"
 
+#include <algorithm>
 #include <new>
 
 namespace k274 {
@@ -34,6 +35,8 @@ Transfer In(void *device, void *bytes, uint32_t size) {
     return transfer;
 }
 
+Outcome Moved(bool complete, uint32_t status) { return {complete ? Outcome::Done : Outcome::Failed, status}; }
+
 } // namespace
 
 CmdPkt &Transport::FreshHeader() { return *new (transferBuffer) CmdPkt; }
@@ -50,82 +53,92 @@ Transport::Sent Transport::Send(void *device, CmdPkt &packet, uint32_t size) {
     return {transfer.status, transfer.status == 0 && transfer.count == size};
 }
 
-uint32_t Transport::SendCmd(CmdPkt &packet) {
+Outcome Transport::SendCmd(CmdPkt &packet) {
     void *device = deviceLink.device;
     if (!device)
-        return kNoDeviceSend;
+        return {Outcome::NoScanner, kNoDeviceSend};
     const Sent sent = Send(device, packet, wire::kHeaderBytes);
     if (!sent.complete && CountFailure(1))
         log.Usb(Format("WDU_Bulk_Out Err SendCmd(hdr) %s %d", WdStatusText(sent.status).chars,
                        static_cast<int>(wire::kHeaderBytes)));
-    return sent.status;
+    return sent;
 }
 
-uint32_t Transport::SendCmdHeader(CmdPkt &packet) {
+Outcome Transport::SendCmdHeader(CmdPkt &packet) {
     void *device = deviceLink.device;
     if (!device)
-        return kNoDeviceSend;
+        return {Outcome::NoScanner, kNoDeviceSend};
     const Sent sent = Send(device, packet, wire::kShortHeaderBytes);
     if (!sent.complete && CountFailure(0))
         log.Usb(Format("WDU_Bulk_Out Err SendCmd(CMD_HDR) %s %d", WdStatusText(sent.status).chars,
                        static_cast<int>(wire::kShortHeaderBytes)));
-    return sent.status;
+    return sent;
 }
 
-uint32_t Transport::SendCmdData(CmdPkt &packet, uint32_t size) {
+Outcome Transport::SendCmdData(CmdPkt &packet, uint32_t size) {
     void *device = deviceLink.device;
     if (!device) {
         lastOutStatus_ = wire::driver::kDeviceGone;
-        return kNoDeviceSend;
+        return {Outcome::NoScanner, kNoDeviceSend};
     }
     const Sent sent = Send(device, packet, size);
     if (!sent.complete && CountFailure(1))
         log.Usb(Format("WDU_Bulk_Out Err SendCmd(%d:%02X) %s", size, packet.code,
                        WdStatusText(sent.status).chars));
-    return sent.status;
+    return sent;
 }
 
-uint32_t Transport::ReadPacketHdr(CmdPkt &packet) {
+Outcome Transport::ReadPacketHdr(CmdPkt &packet) {
     void *device = deviceLink.device;
     if (!device)
-        return kNoDeviceRead;
+        return {Outcome::NoScanner, kNoDeviceRead};
     const Transfer transfer = In(device, &packet, wire::kHeaderBytes);
     if (transfer.status == 0)
         replyErrorRun_ = 0;
     else if (replyErrorRun_.fetch_add(1) < kLoggedReplyErrors)
         log.Usb(Format("WDU_Bulk_in err ReadPacket(hdr) %s %d:%d", WdStatusText(transfer.status).chars,
                        static_cast<int>(wire::kHeaderBytes), transfer.count));
-    return transfer.status == 0 && transfer.count == wire::kHeaderBytes ? kComplete : kIncomplete;
+    return Moved(transfer.status == 0 && transfer.count == wire::kHeaderBytes, transfer.status);
 }
 
-uint32_t Transport::ReadPacket(uint32_t size) {
+Outcome Transport::ReadPacket(uint32_t size) {
     void *device = deviceLink.device;
     if (!device)
-        return kNoDeviceRead;
+        return {Outcome::NoScanner, kNoDeviceRead};
     const auto [status, count] = In(device, transferBuffer, kTransferBufferSize);
     if (status != 0) {
         if (CountFailure(1))
             log.Usb(Format("WDU_Bulk_In err ReadPacket(%d:%d) %s", size, count, WdStatusText(status).chars));
-        return kReadFailed;
+        return Moved(false, status);
     }
     const bool whole = count == size + kReplyDataOffset;
     if (!whole && count != size && count != wire::kBareReplyBytes) {
         // A bare status record of 80 bytes, too, is complete for the poll alone, where it is the size itself.
         log.Usb(Format("ReadPacket err pktsz %d, xfred %d, sn %d:%d", size, count, sendSeq_.load(),
                        wire::Load32(transferBuffer + offsetof(CmdPkt, seq))));
-        return kIncomplete;
+        return Moved(false, status);
     }
     if (!whole && count != wire::kStatusBytes && count != wire::kBareReplyBytes) {
         log.Usb("ReadPacket  ?");
-        return kIncomplete;
+        return Moved(false, status);
     }
-    return kComplete;
+    return Moved(true, status);
 }
 
-uint32_t Transport::ReadImgPkt(uint8_t *buffer, uint32_t size) {
+Outcome Transport::ReadData(uint32_t size) {
+    std::fill_n(DataToWrite(), size, uint8_t{0});
+    return ReadPacket(size);
+}
+
+Outcome Transport::ReadStatus() {
+    std::fill_n(transferBuffer, wire::kStatusBytes, uint8_t{0});
+    return ReadPacket(wire::kStatusBytes);
+}
+
+Outcome Transport::ReadImgPkt(uint8_t *buffer, uint32_t size) {
     void *device = deviceLink.device;
     if (!device)
-        return kNoDeviceRead;
+        return {Outcome::NoScanner, kNoDeviceRead};
     const auto [status, count] = In(device, buffer, size);
     if (status != 0)
         log.Usb(Format("WDU_Bulk_In err ReadImgPkt(%d:%d) %s ", size, count, WdStatusText(status).chars));
@@ -133,15 +146,15 @@ uint32_t Transport::ReadImgPkt(uint8_t *buffer, uint32_t size) {
         log.Usb(Format("ReadImgPkt err ln %d, pktsz %d, xfred %d, sn %d:%d",
                        wire::Load16(buffer + wire::field::kWord0), size, count, sendSeq_.load() - 1,
                        wire::Load32(transferBuffer + offsetof(CmdPkt, seq))));
-    return status == 0 && count == size ? kComplete : kIncomplete;
+    return Moved(status == 0 && count == size, status);
 }
 
-uint32_t Transport::WritePacket(uint32_t size) {
+Outcome Transport::WritePacket(uint32_t size) {
     void *device = deviceLink.device;
     if (!device)
-        return kNoDeviceRead;
+        return {Outcome::NoScanner, kNoDeviceRead};
     const auto [status, count] = Out(device, transferBuffer, size + kReplyDataOffset);
-    return status == 0 && count == size + kReplyDataOffset ? kComplete : kIncomplete;
+    return Moved(status == 0 && count == size + kReplyDataOffset, status);
 }
 
 StatusText WdStatusText(uint32_t status) {

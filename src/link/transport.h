@@ -11,31 +11,36 @@
 
 namespace k274 {
 
-// Results of the operations beside the driver's statuses.
-constexpr uint32_t kComplete = 1;
-constexpr uint32_t kIncomplete = 0;
+/// What an operation came to. A send is done when the driver took it, a read or a packet write when all of it
+/// was transferred.
+struct Outcome {
+    enum Kind { Done, Failed, NoScanner };
+    Kind kind;
+    uint32_t status; // the driver's, or one of the two below
+    bool Ok() const { return kind == Done; }
+};
 constexpr uint32_t kNoDeviceSend = 0xFFFFFFFF;                   // a send without a scanner
 constexpr uint32_t kNoDeviceRead = wire::driver::kInvalidHandle; // a read without a scanner
-constexpr uint32_t kReadFailed = 0xFFFFFFFF;                     // ReadPacket: the transfer failed
 
 constexpr uint32_t kTransferBufferSize = wire::kMostTransferBytes;
 constexpr uint32_t kReplyDataOffset = wire::kHeaderBytes; // data replies: header, then data
 
 class Transport {
 public:
-    // ---- sends: the driver's status, 0 for success; kNoDeviceSend without a scanner ----
-    uint32_t SendCmd(CmdPkt &packet);
-    uint32_t SendCmdHeader(CmdPkt &packet);
-    uint32_t SendCmdData(CmdPkt &packet, uint32_t size);
-
-    // ---- reads and packet writes: kComplete or kIncomplete; kNoDeviceRead without a scanner ----
-    uint32_t ReadPacketHdr(CmdPkt &packet);
-    /// A data reply of `size` data bytes into transferBuffer; kReadFailed when the transfer itself failed.
-    uint32_t ReadPacket(uint32_t size);
-    /// An image packet of exactly `size` bytes, at most kTransferBufferSize.
-    uint32_t ReadImgPkt(uint8_t *buffer, uint32_t size);
+    Outcome SendCmd(CmdPkt &packet);
+    Outcome SendCmdHeader(CmdPkt &packet);
+    Outcome SendCmdData(CmdPkt &packet, uint32_t size);
     /// Sends transferBuffer: the header and `size` data bytes.
-    uint32_t WritePacket(uint32_t size);
+    Outcome WritePacket(uint32_t size);
+
+    Outcome ReadPacketHdr(CmdPkt &packet);
+    /// A data reply of `size` data bytes into transferBuffer. A bare reply counts as complete: what it lacks
+    /// reads as zero, never as what an earlier reply left.
+    Outcome ReadData(uint32_t size);
+    /// The reply to a status poll at the start of transferBuffer; what a bare one lacks reads as zero.
+    Outcome ReadStatus();
+    /// An image packet of exactly `size` bytes, at most kTransferBufferSize.
+    Outcome ReadImgPkt(uint8_t *buffer, uint32_t size);
 
     // ---- recovery ----
     bool ResetPipes();
@@ -44,11 +49,13 @@ public:
     void ResetDevice();
 
     void SetVerbose(uint32_t level) { verbose_ = level; }
-    uint32_t LastOutStatus() const { return lastOutStatus_; }
+    /// Whether the last packet, sent or refused for want of a scanner, went out.
+    bool LastSendWentOut() const { return lastOutStatus_ == wire::driver::kSuccess; }
 
     /// Makes the header of transferBuffer a fresh packet.
     CmdPkt &FreshHeader();
     const uint8_t *ReplyData() const { return transferBuffer + kReplyDataOffset; }
+    uint8_t *DataToWrite() { return transferBuffer + kReplyDataOffset; }
 
     alignas(16) uint8_t transferBuffer[kTransferBufferSize];
     alignas(16) uint8_t imagePacketBuffer[kTransferBufferSize];
@@ -59,8 +66,10 @@ private:
     struct Sent {
         uint32_t status;
         bool complete;
+        operator Outcome() const { return {status == 0 ? Outcome::Done : Outcome::Failed, status}; }
     };
     Sent Send(void *device, CmdPkt &packet, uint32_t size);
+    Outcome ReadPacket(uint32_t size);
     bool CountFailure(uint32_t loggedAtLevel);
 
     std::atomic<uint32_t> lastOutStatus_{0}, lastResetStatus_{0};

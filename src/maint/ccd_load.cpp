@@ -5,21 +5,17 @@
 #include "src/log/log.h"
 #include "src/state/capture_state.h"
 
-#include <algorithm>
-
 namespace k274 {
 
 bool LoadCcdTables() {
     CmdPkt &request = transport.FreshHeader();
     request.code = command::kCalibration;
     request.word1 = kCcdReplyBytes;
-    if (transport.WritePacket(0) != kComplete) {
+    if (!transport.WritePacket(0).Ok()) {
         log.Write("CcdPix::Init WritePacket err");
         return false;
     }
-    // A bare reply counts as complete but carries no record: what lay there before must not pass for one.
-    std::fill_n(transport.transferBuffer + kReplyDataOffset, 8, uint8_t{0});
-    if (transport.ReadPacket(kCcdReplyBytes) != kComplete) {
+    if (!transport.ReadData(kCcdReplyBytes).Ok()) {
         log.Write("CcdPix::Init ReadPacket err");
         return false;
     }

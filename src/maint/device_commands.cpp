@@ -42,17 +42,17 @@ void ResetScanner() {
     log.Write("Reset    K274...");
 }
 
-uint8_t LogIn(uint8_t flag) {
+bool LogIn(uint8_t flag) {
     LabJackSet(kRigLogIn, flag ? kRigLow : kRigHigh);
     CmdPkt packet(command::kLogIn, wire::sub::logIn::kSetFlag);
     packet.arg0 = flag;
-    uint32_t status;
+    bool sent;
     {
         DeviceGuard guard(deviceLock);
-        status = transport.SendCmd(packet);
+        sent = transport.SendCmd(packet).Ok();
     }
     state.loginFlag = flag;
-    return status == 0 ? 1 : 0;
+    return sent;
 }
 
 void PostUserLed(int32_t value) { Post(state.ledRequest, value); }
@@ -83,21 +83,18 @@ void MechTest(uint8_t test, uint32_t first, uint32_t second) {
     transport.ReadPacketHdr(packet);
 }
 
-int32_t ExchangeParameters(K274_Parameters &block, uint8_t mode) {
-    constexpr uint32_t kWriteMark = 500;
-    constexpr int32_t kFailed = -1;
-    constexpr int kFields = 11;
-    if (mode == kWriteParameters && block.fields[10] != kWriteMark)
-        return kFailed;
+bool ExchangeParameters(K274_Parameters &block, uint8_t mode) {
+    if (mode == kWriteParameters && block.fields[wire::kParameterMarkAt] != wire::kParameterMark)
+        return false;
     CmdPkt packet(command::kParameters, mode);
-    for (int i = 0; i < kFields; ++i)
+    for (int i = 0; i < wire::kParameters; ++i)
         wire::Store32(packet.payload + 4 * i, block.fields[i]);
     {
         std::unique_lock lock(deviceLock, std::try_to_lock);
         if (!lock || !FwCmd(packet))
-            return kFailed;
+            return false;
     }
-    for (int i = 0; i < kFields; ++i)
+    for (int i = 0; i < wire::kParameters; ++i)
         block.fields[i] = wire::Load32(packet.payload + 4 * i);
     if (mode == kReadBlock) {
         std::lock_guard guard(recordLock);
@@ -105,7 +102,7 @@ int32_t ExchangeParameters(K274_Parameters &block, uint8_t mode) {
         session.metadata.parameter1 = block.fields[1];
         session.metadata.parameter3 = block.fields[3];
     }
-    return 0;
+    return true;
 }
 
 bool ExchangeAfe(AfeRegisters &registers, uint8_t mode) {

@@ -17,8 +17,8 @@ void DebugLeds(uint8_t led, uint8_t on);
 /// Restarts the scanner. Takes no lock.
 void ResetScanner();
 
-/// @return 1 when the flag was sent, else 0; the flag is kept either way. Takes the device lock.
-uint8_t LogIn(uint8_t flag);
+/// @return whether the flag was sent; it is kept either way. Takes the device lock.
+bool LogIn(uint8_t flag);
 
 /// Posts a request for the next status poll and waits 20 ms.
 void PostUserLed(int32_t value);
@@ -34,8 +34,8 @@ constexpr uint8_t kReadBlock = 0, kWriteParameters = 1, kWriteAfe = 2;
 
 /// Exchanges the parameter block; mode kReadBlock keeps the words that a scan header tells. Never waits for
 /// the device lock.
-/// @return 0, or -1 with an untouched block
-int32_t ExchangeParameters(K274_Parameters &block, uint8_t mode);
+/// @return false with an untouched block
+bool ExchangeParameters(K274_Parameters &block, uint8_t mode);
 
 /// Exchanges the AFE register block; the session keeps the scanner's answer. Takes the device lock.
 /// @return false, with untouched registers, when the exchange failed

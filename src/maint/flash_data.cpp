@@ -20,8 +20,6 @@ constexpr uint32_t kBlockWaitMs = 100;
 constexpr uint32_t kResponseWrite = 20000; // the response and zeros behind it
 constexpr uint32_t kResponseWriteMs = 700; // that the scanner takes to store it
 
-uint8_t *Data() { return transport.transferBuffer + kReplyDataOffset; }
-
 uint8_t CodeOf(DataRecord which) {
     return which == DataRecord::Factory ? command::kFactoryData : command::kUserData;
 }
@@ -34,12 +32,11 @@ bool ReadFlashBlock(uint8_t (&block)[kFlashBlockBytes], uint16_t number) {
         os::SleepMs(kBlockWaitMs);
     if (!lock)
         return false;
-    std::fill_n(Data(), kFlashBlockBytes, uint8_t{0});
     CmdPkt request(command::kFlashBlock);
     request.word0 = number;
     transport.SendCmdHeader(request);
-    transport.ReadPacket(kFlashBlockBytes);
-    std::copy_n(Data(), kFlashBlockBytes, block);
+    transport.ReadData(kFlashBlockBytes);
+    std::copy_n(transport.ReplyData(), kFlashBlockBytes, block);
     return true;
 }
 
@@ -51,7 +48,7 @@ RecordRead ReadRecord(DataRecord which, uint8_t (&record)[kRecordBytes]) {
         return RecordRead::Busy;
     CmdPkt packet(CodeOf(which), wire::sub::record::kRead);
     transport.SendCmd(packet);
-    const bool read = transport.ReadPacketHdr(packet) == kComplete;
+    const bool read = transport.ReadPacketHdr(packet).Ok();
     std::copy_n(packet.Record(), kRecordBytes, record);
     return read ? RecordRead::Done : RecordRead::Failed;
 }
@@ -60,14 +57,14 @@ bool WriteRecord(DataRecord which, const uint8_t (&record)[kRecordBytes]) {
     CmdPkt packet(CodeOf(which), wire::sub::record::kWrite);
     std::copy_n(record, kRecordBytes, packet.Record());
     DeviceGuard guard(deviceLock);
-    const bool sent = transport.SendCmd(packet) == 0;
+    const bool sent = transport.SendCmd(packet).Ok();
     transport.ReadPacketHdr(packet);
     return sent;
 }
 
-int32_t SaveWcc(const uint8_t *response) {
+bool SaveWcc(const uint8_t *response) {
     log.Image("White Card  Calbiration...");
-    uint32_t written;
+    bool failed; // without a scanner nothing does
     {
         DeviceGuard guard(deviceLock);
         CmdPkt &header = transport.FreshHeader();
@@ -75,17 +72,13 @@ int32_t SaveWcc(const uint8_t *response) {
         header.sub = state.scanMode == wire::kVisibleLightOnly ? wire::sub::calibration::kWriteVisible
                                                                : wire::sub::calibration::kWrite;
         header.word1 = kResponseBytes;
-        std::fill(std::copy_n(response, kResponseBytes, Data()), Data() + kResponseWrite, uint8_t{0});
-        written = transport.WritePacket(kResponseWrite);
+        uint8_t *data = transport.DataToWrite();
+        std::fill(std::copy_n(response, kResponseBytes, data), data + kResponseWrite, uint8_t{0});
+        failed = transport.WritePacket(kResponseWrite).kind == Outcome::Failed;
         os::SleepMs(kResponseWriteMs);
     }
-    // Without a scanner the transport's result is not 0 either.
-    if (written != kIncomplete) {
-        log.Image("WCC Done");
-        return 0;
-    }
-    log.Image("WCC Error");
-    return kWccNotSaved;
+    log.Image(failed ? "WCC Error" : "WCC Done");
+    return !failed;
 }
 
 } // namespace k274

@@ -23,12 +23,10 @@ constexpr uint8_t kFirstImageMode = 2; // modes below it have no image
 // Fetches lines for the request that was sent, and stores them where they belong.
 bool ReadLines(int firstLine, int count, uint8_t *image) {
     const auto size = static_cast<uint32_t>(count) * kLineBytes;
-    uint8_t *data = transport.transferBuffer + kReplyDataOffset;
-    std::fill_n(data, size, uint8_t{0}); // a bare header counts as complete
-    if (transport.ReadPacket(size) != kComplete)
+    if (!transport.ReadData(size).Ok())
         return false;
     if (image)
-        std::copy_n(data, size, image + static_cast<uint32_t>(firstLine) * kLineBytes);
+        std::copy_n(transport.ReplyData(), size, image + static_cast<uint32_t>(firstLine) * kLineBytes);
     return true;
 }
 
@@ -50,12 +48,12 @@ bool FocusImage(uint8_t mode, uint8_t parameter, uint8_t *image) {
     DeviceGuard guard(deviceLock);
     log.Write(Format("FocusImage %2d (%d, %d)", focusCount, mode, parameter));
     ++focusCount;
-    if (transport.SendCmd(request) != 0) {
+    if (!transport.SendCmd(request).Ok()) {
         log.Write("Focus SendCmd error");
         return false;
     }
     if (mode < kFirstImageMode)
-        return transport.ReadPacket(0) == kComplete;
+        return transport.ReadData(0).Ok();
     if (!ReadLines(0, kPartLines, image)) {
         log.Write("Focus ReadPacket error");
         return false;

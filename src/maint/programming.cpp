@@ -18,12 +18,11 @@ namespace {
 constexpr int32_t kHoldOffPasses = 60;
 constexpr int kImageResource = 101;
 
-uint8_t *StagingArea() { return transport.transferBuffer + kReplyDataOffset; }
 static_assert(wire::kMostImageBytes + kReplyDataOffset <= kTransferBufferSize);
 
 // Reads a file into the staging area and logs its size; what does not fit is cut off.
 bool StageFile(const char *path, const char *openError, size_t *size) {
-    if (!os::ReadFileInto(path ? path : "", StagingArea(), wire::kMostImageBytes, size)) {
+    if (!os::ReadFileInto(path ? path : "", transport.DataToWrite(), wire::kMostImageBytes, size)) {
         log.Image(openError);
         return false;
     }
@@ -34,12 +33,11 @@ bool StageFile(const char *path, const char *openError, size_t *size) {
 size_t StageCarriedImage() {
     const os::Resource image = os::FindResource("FW_IMG", kImageResource);
     const size_t size = std::min<size_t>(image.size, kTransferBufferSize - kReplyDataOffset);
-    std::copy_n(image.data, image.data ? size : 0, StagingArea());
+    std::copy_n(image.data, image.data ? size : 0, transport.DataToWrite());
     return image.data ? size : 0;
 }
 
-// A transfer without a scanner counts as sent, as the transport's result lays down; the reply that is missing
-// then reads as refused.
+// A transfer without a scanner counts as sent; the reply that is missing then reads as refused.
 ProgramResult LoadFlash(size_t size, bool fromFile) {
     CmdPkt &header = transport.FreshHeader();
     header.code = command::kFlash;
@@ -49,10 +47,10 @@ ProgramResult LoadFlash(size_t size, bool fromFile) {
     header.arg1 = wire::kVersion[1];
     header.arg2 = wire::kVersion[2];
     header.arg3 = fromFile ? 1 : 0;
-    if (transport.WritePacket(static_cast<uint32_t>(size)) == kIncomplete)
+    if (transport.WritePacket(static_cast<uint32_t>(size)).kind == Outcome::Failed)
         return kNotTransferred;
     CmdPkt reply;
-    if (transport.ReadPacketHdr(reply) == kIncomplete)
+    if (transport.ReadPacketHdr(reply).kind == Outcome::Failed)
         return kNotTransferred;
     if (reply.status == 0)
         return kProgrammed;
@@ -129,7 +127,8 @@ ProgramResult ProgFpga(const char *path, bool eraseFirst) {
     header.code = command::kFpga;
     header.sub = eraseFirst ? wire::sub::fpga::kEraseAndProgram : wire::sub::fpga::kProgramOnly;
     header.SetDword0(static_cast<uint32_t>(size));
-    return transport.WritePacket(static_cast<uint32_t>(size)) == kIncomplete ? kNotTransferred : kProgrammed;
+    const Outcome written = transport.WritePacket(static_cast<uint32_t>(size));
+    return written.kind == Outcome::Failed ? kNotTransferred : kProgrammed;
 }
 
 } // namespace k274

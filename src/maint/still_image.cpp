@@ -26,11 +26,7 @@ bool FetchBlock(int line) {
     CmdPkt request(command::kStillLines);
     request.word0 = static_cast<uint16_t>(line);
     request.word1 = kLinesPerRequest;
-    if (transport.SendCmd(request) != 0)
-        return false;
-    // A bare header counts as a complete reply: what it lacks is black, not what the buffer held.
-    std::fill_n(transport.transferBuffer + kReplyDataOffset, kBlockBytes, uint8_t{0});
-    return transport.ReadPacket(kBlockBytes) == kComplete;
+    return transport.SendCmd(request).Ok() && transport.ReadData(kBlockBytes).Ok();
 }
 
 bool Capture() {
@@ -57,25 +53,25 @@ void Analyse() {
 
 } // namespace
 
-int32_t StillImage(uint8_t *image) {
+bool StillImage(uint8_t *image) {
     DeviceGuard guard(deviceLock);
     CmdPkt mode(command::kStillMode, kStillMode);
-    if (transport.SendCmd(mode) != 0) {
+    if (!transport.SendCmd(mode).Ok()) {
         log.Write("Error setting still image test mode");
-        return -1;
+        return false;
     }
     transport.ReadPacketHdr(mode); // a scanner that does not answer fails in the capture
     os::SleepMs(kModeWaitMs);
     if (!Capture()) {
         log.Write("Error getting still image data - cylcle port");
         transport.CyclePort();
-        return -1;
+        return false;
     }
     SubtractDark(kCaptured);
     ArrangeStill(kCaptured, kImage);
     Analyse();
     std::memcpy(image, still.image, sizeof still.image);
-    return 0;
+    return true;
 }
 
 void ReanalyseStill(const uint8_t *image) {

@@ -8,8 +8,8 @@
 namespace k274 {
 
 /// Captures an image, analyses it and copies it to the host's 1,224,000 bytes, which a failure leaves alone.
-/// @return 0, or -1 when the scanner refused or did not deliver the whole image
-int32_t StillImage(uint8_t *image);
+/// @return false when the scanner refused or did not deliver the whole image
+bool StillImage(uint8_t *image);
 
 /// Analyses an image that StillImage has delivered before.
 void ReanalyseStill(const uint8_t *image);

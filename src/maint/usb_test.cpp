@@ -25,12 +25,12 @@ int32_t Exchange(int32_t number, uint32_t length) {
     CmdPkt packet(command::kLoopback);
     packet.SetDword0(static_cast<uint32_t>(number));
     packet.SetDword1(length);
-    if (transport.SendCmd(packet) != 0) {
+    if (!transport.SendCmd(packet).Ok()) {
         log.Usb("Loopback test SendCmd error");
         return kSendFailed;
     }
     // A reply that the buffer cannot hold is not waited for.
-    if (length <= kTransferBufferSize - kReplyDataOffset && transport.ReadPacket(length) == kComplete)
+    if (length <= kTransferBufferSize - kReplyDataOffset && transport.ReadData(length).Ok())
         return 0;
     log.Usb("Loopback test ReadPacket error-1");
     return kReadFailedResult;

@@ -41,14 +41,10 @@ bool SendRequest(int index) {
     CmdPkt request(command::kHiresLines, wire::sub::hires::kOneWay);
     request.word0 = static_cast<uint16_t>(index);
     request.word1 = kLinesPerPacket;
-    return transport.SendCmd(request) == 0;
+    return transport.SendCmd(request).Ok();
 }
 
-bool ReadLines() {
-    // A bare header counts as complete: its lines are black.
-    std::fill_n(transport.transferBuffer + kReplyDataOffset, kPacketBytes, uint8_t{0});
-    return transport.ReadPacket(kPacketBytes) == kComplete;
-}
+bool ReadLines() { return transport.ReadData(kPacketBytes).Ok(); }
 
 // Takes the lines of the reply; the first of them is row 0 of the packet.
 void StoreLines(int row) { std::memcpy(Lines().Row(row), transport.ReplyData(), kPacketBytes); }

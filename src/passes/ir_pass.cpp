@@ -1,9 +1,10 @@
 // The infrared pass, top to bottom.
+#include "src/passes/ir_pass.h"
+
 #include "src/analysis/ir_profiles.h"
 #include "src/capture/ir_crop.h"
 #include "src/capture/ir_gain.h"
 #include "src/capture/ir_store.h"
-#include "src/common/running.h"
 #include "src/common/text.h"
 #include "src/decoders/barcode.h"
 #include "src/link/transport.h"
@@ -25,35 +26,10 @@ namespace k274 {
 
 namespace {
 
-constexpr int kFirstIndex = 100; // the counter runs up from here
-constexpr int kLastIndex = 2289;
-constexpr int kPassIndex = 2300 - 2 * kIrLinesPerPacket;
+constexpr int kPassLines = 2200 - 2 * kIrLinesPerPacket;
 constexpr int kPreset = 2;
 
-// Waits when the host has come close to the scanning head.
-void Pace(int index) {
-    const int progress = PacketProgress();
-    if (progress > 0 && progress < kIrColumns && progress - index < kPacePackets * kIrLinesPerPacket)
-        os::SleepMs(10);
-}
-
-struct PassEnd {
-    int index, packets;
-};
-
-PassEnd FetchLines() {
-    PassEnd pass{kFirstIndex, 0};
-    while (pass.index <= kLastIndex && Running()) {
-        if (!FetchLinePacket(kIrChannel, pass.index))
-            break;
-        IrLineStore(transport.imagePacketBuffer + kPixelOffset, pass.index, RawInfrared());
-        Pace(pass.index);
-        log.FlushDeferred();
-        ++pass.packets;
-        pass.index += kIrLinesPerPacket;
-    }
-    return pass;
-}
+void StoreLines(int index) { IrLineStore(transport.imagePacketBuffer + kPixelOffset, index, RawInfrared()); }
 
 void Correct() {
     // A late barcode decoder may be reading the corrected image.
@@ -80,14 +56,14 @@ bool XfrIR() {
     os::SleepMs(10);
     log.Image(Format("%05d, IR   Xfr[%d]...", scan, static_cast<int>(kIrChannel.packetBytes)));
 
-    const PassEnd pass = FetchLines();
+    const int lines = kIrLinesPerPacket * FetchLines(kIrPass, StoreLines).packets;
 
     session.irLevels = IrLevels(RawInfrared());
-    log.Image(Format("%05d, IR   xfr %d lines, %03d, %03d", scan, kIrLinesPerPacket * pass.packets,
-                     session.irLevels.front, session.irLevels.back));
+    log.Image(Format("%05d, IR   xfr %d lines, %03d, %03d", scan, lines, session.irLevels.front,
+                     session.irLevels.back));
     Correct();
     log.FlushDeferred();
-    session.irOk = pass.index >= kPassIndex;
+    session.irOk = lines >= kPassLines;
     if (session.irOk) {
         CutImages();
         IrResp(RawInfrared(), CorrectedInfrared(), CcdRawResp, CcdCorResp);

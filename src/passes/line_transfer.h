@@ -1,4 +1,5 @@
-// Image line transfer: one request and one image packet at a time, with the retry that all passes share.
+// Image line transfer: one request and one image packet at a time, with the retry and the pace that all
+// passes of lines share.
 #pragma once
 
 #include "src/common/geometry.h"
@@ -31,29 +32,32 @@ constexpr LineChannel kUvChannel = {
     "UV", " left", command::kUvLines, wire::kFreshStatus, kUvLinesPerPacket, kUvLinesPerPacket *kUvLineBytes,
     1};
 
-// Image packets: the scanner's progress in lines, then the pixels.
-constexpr uint32_t kProgressOffset = wire::kProgressAt;
+/// How a pass runs through its lines.
+struct LinePass {
+    LineChannel channel;
+    int first, last, step;  // indices of the packets, up or down; none beyond the last
+    int span;               // lines that the scanning head passes; a progress outside of them says nothing
+    uint32_t paceMs;        // waited when the head is near
+    bool heedsCloseAtStart; // K274_Close is heeded before the first packet, too
+    bool endsWithScan;      // the status word's end bit ends the pass behind a packet
+};
+
+constexpr LinePass kRgbPass = {
+    kRgbChannel, 2200 - kRgbLinesPerPacket, 100, -kRgbLinesPerPacket, kRgbColumns, 10, false, true};
+constexpr LinePass kIrPass = {kIrChannel, 100, 2289, kIrLinesPerPacket, kIrColumns, 10, true, false};
+constexpr LinePass kUvPass = {
+    kUvChannel, kUvLines - kUvLinesPerPacket, 0, -kUvLinesPerPacket, kUvLines, 20, true, false};
+
+/// Where the pixels begin in an image packet.
 constexpr uint32_t kPixelOffset = wire::kShortHeaderBytes;
 
-/// The host keeps this distance, in packets, from the scanning head.
-constexpr int kPacePackets = 4;
-
-/// Fetches one packet into the transport's image packet buffer. A failed send or read is repeated once after
-/// ResetDevice; failures are counted and logged.
-/// @return false when the repetition failed, too: the pass ends
-bool FetchLinePacket(const LineChannel &channel, int index);
-
-/// Progress word of the packet just fetched.
-int PacketProgress();
-
-// The passes, in the order of a scan. Each fetches every line, corrects the image and cuts the card out of
-// it. Monitor thread, device lock held. The result tells whether enough lines arrived.
-
-/// Stripe image and tracks; what does not arrive keeps its old value.
-void XfrMS();
-bool XfrRgb();
-bool XfrIR();
-bool XfrUV();
+struct LinesFetched {
+    int index;   // of the last request, answered or not
+    int packets; // that arrived
+};
+/// Fetches the packets of a pass into the transport's image packet buffer and hands each to `store`. Failures
+/// are counted and logged; one that a repetition does not heal ends the pass.
+LinesFetched FetchLines(const LinePass &pass, void (*store)(int index));
 
 /// First four bytes of a single visible-light line, or the result of the step that failed.
 uint32_t ReadFirstRgbPixels();

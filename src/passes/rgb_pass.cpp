@@ -1,11 +1,12 @@
 // The visible-light pass, top to bottom.
+#include "src/passes/rgb_pass.h"
+
 #include "src/analysis/rgb_profiles.h"
 #include "src/analysis/white_test.h"
 #include "src/capture/measure.h"
 #include "src/capture/rgb_crop.h"
 #include "src/capture/rgb_gain.h"
 #include "src/capture/rgb_store.h"
-#include "src/common/running.h"
 #include "src/common/text.h"
 #include "src/link/transport.h"
 #include "src/log/log.h"
@@ -20,7 +21,6 @@
 #include "src/state/measures.h"
 #include "src/state/session.h"
 #include "src/state/settings.h"
-#include "wire/status.h"
 
 #include <cstring>
 
@@ -28,42 +28,12 @@ namespace k274 {
 
 namespace {
 
-constexpr int kFirstIndex = 2200; // the counter runs down from here
-constexpr int kLastFullIndex = kRgbLinesPerPacket + 100;
 constexpr int kPassIndex = 2 * kRgbLinesPerPacket + 200; // the pass counts as whole when it came this far
 constexpr int kPreset = 1;                               // of columns that never arrive
 
-// Waits when the host has come close to the scanning head.
-void Pace(int index) {
-    const int progress = PacketProgress();
-    if (progress > 0 && progress < kRgbColumns &&
-        index - (kRgbColumns - progress) < kPacePackets * kRgbLinesPerPacket)
-        os::SleepMs(10);
-}
-
-struct PassEnd {
-    int index, packets;
-};
-
-PassEnd FetchLines() {
-    PassEnd pass{kFirstIndex, 0};
-    for (;;) {
-        pass.index -= kRgbLinesPerPacket;
-        if (!FetchLinePacket(kRgbChannel, pass.index))
-            break;
-        // The last line's end lies behind the packet: the buffer is longer, and what it holds there belongs
-        // to pixels of the line that no sensor position uses.
-        RgbLineStore(transport.imagePacketBuffer + kPixelOffset, pass.index, RawColour());
-        Pace(pass.index);
-        log.FlushDeferred();
-        ++pass.packets;
-        // A re-send fetches lines of a scan that has ended.
-        const bool ended = state.statusWord & wire::status::kEnd && !state.resendRequest;
-        if (pass.index < kLastFullIndex || !Running() || ended)
-            break;
-    }
-    return pass;
-}
+// The last line's end lies behind the packet: the buffer is longer, and what it holds there belongs to pixels
+// of the line that no sensor position uses.
+void StoreLines(int index) { RgbLineStore(transport.imagePacketBuffer + kPixelOffset, index, RawColour()); }
 
 // The corrected image is the raw one with its gains, or a plain copy; either way in one pass. A reversed
 // white card has a correction of its own; one whose barcode is not read keeps the kind of the white card
@@ -96,7 +66,7 @@ bool XfrRgb() {
     std::memset(RGBr, kPreset, sizeof RGBr);
     os::SleepMs(10);
 
-    const PassEnd pass = FetchLines();
+    const LinesFetched pass = FetchLines(kRgbPass, StoreLines);
 
     session.rgbLevels = RgbLevels(RawColour());
     log.Image(Format("%05d, RGB  xfr %d lines, %03d, %03d", scan, kRgbLinesPerPacket * pass.packets,

@@ -1,17 +1,17 @@
 // The magnetic-stripe pass: the stripe's infrared image with the bleed image made from it, then the tracks.
+#include "src/passes/stripe_pass.h"
+
 #include "src/carddata/magstripe.h"
 #include "src/carddata/magstripe_image.h"
 #include "src/link/transport.h"
 #include "src/log/log.h"
 #include "src/maint/device_commands.h"
-#include "src/passes/line_transfer.h"
 #include "src/state/image_set.h"
 #include "src/state/line_buffers.h"
 #include "src/state/locks.h"
 #include "src/state/session.h"
 #include "src/state/settings.h"
 
-#include <algorithm>
 #include <cstring>
 
 namespace k274 {
@@ -21,17 +21,11 @@ namespace {
 constexpr int kLinesPerRequest = 32;
 constexpr uint32_t kBlockBytes = kLinesPerRequest * K274_MSIR_WIDTH;
 
-// A bare header counts as a complete reply: what it lacks is black, not what the buffer held.
-bool Read(uint32_t size) {
-    std::fill_n(transport.transferBuffer + kReplyDataOffset, size, uint8_t{0});
-    return transport.ReadPacket(size) == kComplete;
-}
-
 bool SendBlockRequest(int line) {
     CmdPkt request(command::kStripeImage);
     request.word0 = static_cast<uint16_t>(line);
     request.word1 = kLinesPerRequest;
-    return transport.SendCmd(request) == 0;
+    return transport.SendCmd(request).Ok();
 }
 
 // Fetches one block of lines into the transfer buffer.
@@ -40,11 +34,11 @@ bool FetchBlock(int line) {
         log.Usb("MsrIrImg USB SendCmd err");
         return false;
     }
-    if (Read(kBlockBytes))
+    if (transport.ReadData(kBlockBytes).Ok())
         return true;
     ++session.transferErrors;
     transport.ResetDevice();
-    if (SendBlockRequest(line) && Read(kBlockBytes)) {
+    if (SendBlockRequest(line) && transport.ReadData(kBlockBytes).Ok()) {
         log.Usb("MsrIrImg USB ReadImgPkt retry ok");
         return true;
     }
@@ -70,7 +64,7 @@ void MsrIrImg() {
 // A failed exchange leaves the record of the card before.
 void ReadMagStripe() {
     CmdPkt request(command::kStripeTracks);
-    if (transport.SendCmd(request) != 0 || !Read(wire::kTrackReplyBytes))
+    if (!transport.SendCmd(request).Ok() || !transport.ReadData(wire::kTrackReplyBytes).Ok())
         return;
     uint8_t blocks[kTracksBytes];
     std::memcpy(blocks, transport.ReplyData(), sizeof blocks);

@@ -1,7 +1,8 @@
 // The ultraviolet pass, top to bottom.
+#include "src/passes/uv_pass.h"
+
 #include "src/capture/uv_correct.h"
 #include "src/capture/uv_crop.h"
-#include "src/common/running.h"
 #include "src/common/text.h"
 #include "src/link/transport.h"
 #include "src/log/log.h"
@@ -22,37 +23,14 @@ namespace k274 {
 
 namespace {
 
-constexpr int kFirstIndex = kUvLines; // the counter runs down from here
 constexpr int kPassLines = 1100 - 2 * kUvLinesPerPacket;
 constexpr int kPreset = 3;
 
-// Waits when the host has come close to the scanning head.
-void Pace(int index) {
-    const int progress = PacketProgress();
-    if (progress > 0 && progress < kUvLines &&
-        index - (kUvLines - progress) < kPacePackets * kUvLinesPerPacket)
-        os::SleepMs(20);
-}
-
 // The packet's pixels begin behind its header, so that a block's last 24 bytes lie behind the packet: they
 // are taken as the buffer holds them.
-void UvLineStore(int index) {
+void StoreLines(int index) {
     std::memcpy(RawUltraviolet().Row(index), transport.imagePacketBuffer + kPixelOffset,
                 size_t{kUvLinesPerPacket} * kUvLineBytes);
-}
-
-int FetchLines() {
-    int packets = 0;
-    for (int index = kFirstIndex; index >= kUvLinesPerPacket && Running();) {
-        index -= kUvLinesPerPacket;
-        if (!FetchLinePacket(kUvChannel, index))
-            break;
-        UvLineStore(index);
-        Pace(index);
-        log.FlushDeferred();
-        ++packets;
-    }
-    return packets;
 }
 
 UvOptions Options() {
@@ -84,7 +62,7 @@ bool XfrUV() {
     std::memset(UVr, kPreset, sizeof UVr);
     os::SleepMs(10);
 
-    const int lines = kUvLinesPerPacket * FetchLines();
+    const int lines = kUvLinesPerPacket * FetchLines(kUvPass, StoreLines).packets;
 
     UvBrighten(RawUltraviolet());
     session.uvLevels = UvLevels(RawUltraviolet());

@@ -105,13 +105,12 @@ void HandleFactoryCard() {
     }
 }
 
-// Returns 1 flat, 0 not.
-int32_t JudgeFlatness() {
+bool JudgeFlatness() {
     const int32_t faults = FlatnessCheck(measures);
     calibration.flatOk = faults == 0 ? 1 : 0;
     log.Image(faults == 0 ? Format("Calibration OK")
                           : Format("Calibration not flat 0x%X", static_cast<unsigned>(faults)));
-    return calibration.flatOk;
+    return faults == 0;
 }
 
 void HandleMaintenanceCard() {
@@ -159,7 +158,7 @@ void LogWhiteCard() {
     log.Image(kind ? Format("WCC %s (%d)", kind, measures.cardNumber) : Format("WCC ???"));
 }
 
-int32_t Verify(int32_t variant) {
+bool Verify(int32_t variant) {
     if (measures.forwardRead != 1)
         return JudgeFlatness();
     if (variant == 'S')

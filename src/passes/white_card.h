@@ -17,7 +17,7 @@ void LogWhiteCard();
 void FactoryVerify();
 
 /// A card read forward: stores the raw response in the scanner. A card read backward: only checks.
-/// @return what SaveWcc returned; of a reversed card 1 when its response is flat, otherwise 0
-int32_t Verify(int32_t variant);
+/// @return whether the response was stored; of a reversed card, whether it is flat
+bool Verify(int32_t variant);
 
 } // namespace k274

@@ -1,9 +1,10 @@
 // The scanner's own events: short texts that become log lines and scan states.
 #include "wire/events.h"
+#include "src/scan/events.h"
+
 #include "src/common/text.h"
 #include "src/link/transport.h"
 #include "src/log/log.h"
-#include "src/scan/status.h"
 #include "src/state/image_set.h"
 #include "src/state/monitor_record.h"
 #include "src/state/notify.h"
@@ -76,8 +77,7 @@ void HandleEvent(const char *text) {
 
 bool ReadEvent() {
     CmdPkt packet(command::kEvent);
-    transport.SendCmd(packet);
-    if (transport.LastOutStatus() != 0 || transport.ReadPacketHdr(packet) != kComplete)
+    if (!transport.SendCmd(packet).Ok() || !transport.ReadPacketHdr(packet).Ok())
         return false;
     char text[wire::kHeaderBytes - wire::field::kRecord + 1]; // the scanner may forget the terminator
     std::memcpy(text, packet.Bytes() + wire::field::kRecord, sizeof text - 1);

@@ -1,11 +1,11 @@
 // The link state: a healthy link survives one bad poll, has its port cycled after two in a row and counts as
 // gone after three; any good one in between heals it.
+#include "src/scan/link_state.h"
+
 #include "src/link/transport.h"
 #include "src/log/log.h"
 #include "src/maint/ccd_load.h"
 #include "src/maint/version.h"
-#include "src/scan/monitor.h"
-#include "src/scan/startup.h"
 #include "src/state/flags.h"
 #include "src/state/locks.h"
 #include "src/state/monitor_record.h"

@@ -7,6 +7,7 @@
 #include "src/log/log.h"
 #include "src/maint/rig.h"
 #include "src/maint/usb_test.h"
+#include "src/scan/link_state.h"
 #include "src/scan/resend.h"
 #include "src/scan/sequence.h"
 #include "src/scan/startup.h"
@@ -75,7 +76,7 @@ uint32_t Pass() {
         return 0;
     }
     PollStatus();
-    const bool sendGood = transport.LastOutStatus() == 0;
+    const bool sendGood = transport.LastSendWentOut();
     if (state.linkState != kLinkOnline || !sendGood) {
         LinkStep(sendGood);
         return kPassIntervalMs;

@@ -1,6 +1,7 @@
 #include "src/scan/status.h"
 
 #include "src/link/transport.h"
+#include "src/scan/events.h"
 #include "src/scan/startup.h"
 #include "src/state/flags.h"
 #include "src/state/locks.h"
@@ -8,8 +9,6 @@
 #include "src/state/notify.h"
 #include "src/state/session.h"
 #include "wire/status.h"
-
-#include <algorithm>
 
 namespace k274 {
 
@@ -76,14 +75,11 @@ int32_t ReadStatus() {
     poll.word1 = wire::kStatusBytes;
     poll.arg0 = state.loginFlag;
     poll.arg1 = state.scanMode;
-    if (const uint32_t status = transport.SendCmdData(poll, wire::kStatusBytes))
-        return status == kNoDeviceSend ? kPollFailed : 0;
-
-    // A short reply counts as complete; the fields that it lacks are zero rather than left from before.
-    uint8_t *reply = transport.transferBuffer;
-    std::fill_n(reply, wire::kStatusBytes, uint8_t{0});
-    if (transport.ReadPacket(wire::kStatusBytes) != kComplete)
+    if (const Outcome sent = transport.SendCmdData(poll, wire::kStatusBytes); !sent.Ok())
+        return sent.kind == Outcome::NoScanner ? kPollFailed : 0;
+    if (!transport.ReadStatus().Ok())
         return kPollFailed;
+    const uint8_t *reply = transport.transferBuffer;
     TakeReply(reply);
     const uint16_t word = wire::Load16(reply + wire::status::kWord);
     const uint8_t kind = reply[wire::status::kKind]; // the handling below overwrites the buffer

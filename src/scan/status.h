@@ -13,9 +13,6 @@ constexpr int32_t kPollFailed = -1; // has every bit, so that a wait ends at onc
 /// otherwise.
 int32_t PollStatus();
 
-/// One event exchange and its handling; part of a poll.
-bool ReadEvent();
-
 /// Copies the last card measurement into the status record.
 void PublishMeasure();
 

@@ -2,7 +2,7 @@
 #include "include/k274.h"
 #include "src/decoders/barcode.h"
 #include "src/maint/version.h"
-#include "src/passes/line_transfer.h"
+#include "src/passes/stripe_pass.h"
 #include "src/scan/startup.h"
 #include "src/scan/status.h"
 #include "src/state/session.h"

@@ -6,8 +6,12 @@
 #include "src/link/attach.h"
 #include "src/link/transport.h"
 #include "src/passes/hires_pass.h"
+#include "src/passes/ir_pass.h"
 #include "src/passes/line_transfer.h"
-#include "src/scan/monitor.h"
+#include "src/passes/rgb_pass.h"
+#include "src/passes/stripe_pass.h"
+#include "src/passes/uv_pass.h"
+#include "src/scan/link_state.h"
 #include "src/scan/resend.h"
 #include "src/scan/sequence.h"
 #include "src/scan/startup.h"
@@ -60,10 +64,8 @@ void TellHex(uint32_t status) {
 }
 void TellBool(bool value) { Tell(value ? "true" : "false"); }
 
-void TellRead(uint32_t result) {
-    Tell(result == k274::kComplete       ? "complete"
-         : result == k274::kNoDeviceRead ? "no scanner"
-                                         : "incomplete");
+void TellRead(const k274::Outcome &outcome) {
+    Tell(outcome.Ok() ? "complete" : outcome.kind == k274::Outcome::NoScanner ? "no scanner" : "incomplete");
 }
 
 void TellFaults(const std::string &result) {
@@ -205,20 +207,20 @@ void Scenario::TransportSteps() {
     const auto command = [](In &in) -> CmdPkt & {
         return packet = CmdPkt(static_cast<uint8_t>(NextCode(in)));
     };
-    steps["send"] = [=](In &in) { TellHex(transport.SendCmd(command(in))); };
-    steps["send-header"] = [=](In &in) { TellHex(transport.SendCmdHeader(command(in))); };
+    steps["send"] = [=](In &in) { TellHex(transport.SendCmd(command(in)).status); };
+    steps["send-header"] = [=](In &in) { TellHex(transport.SendCmdHeader(command(in)).status); };
     steps["send-data"] = [=](In &in) {
         CmdPkt &data = command(in);
-        TellHex(transport.SendCmdData(data, NextAs<uint32_t>(in)));
+        TellHex(transport.SendCmdData(data, NextAs<uint32_t>(in)).status);
     };
     steps["write"] = [](In &in) { TellRead(transport.WritePacket(NextAs<uint32_t>(in))); };
     steps["read-header"] = [](In &) { TellRead(transport.ReadPacketHdr(packet)); };
-    steps["read"] = [](In &in) { TellRead(transport.ReadPacket(NextAs<uint32_t>(in))); };
+    steps["read"] = [](In &in) { TellRead(transport.ReadData(NextAs<uint32_t>(in))); };
     steps["read-image"] = [](In &in) {
         TellRead(transport.ReadImgPkt(transport.imagePacketBuffer, NextAs<uint32_t>(in)));
     };
     steps["exchange"] = [=](In &in) { TellBool(k274::FwCmd(command(in))); };
-    steps["last-send"] = [](In &) { TellBool(transport.LastOutStatus() == 0); };
+    steps["last-send"] = [](In &) { TellBool(transport.LastSendWentOut()); };
     steps["verbose"] = [](In &in) { transport.SetVerbose(NextAs<uint32_t>(in)); };
     steps["cycle-port"] = [](In &) { transport.CyclePort(); };
     steps["hard-reset"] = [](In &) { TellBool(transport.HardReset()); };
