@@ -1,6 +1,7 @@
 // What runs in the guest: the built library in front of a scanner that a real USB stack has found. The same
 // program in front of the virtual scanner in process gives the digests that the guest's must equal.
 #include "tests/support/host.h"
+#include "tests/support/scan_results.h"
 
 #include <algorithm>
 #include <cinttypes>
@@ -42,43 +43,17 @@ struct GuestTest : HostTest {
     }
 };
 
-void PrintDigest(const char *card, const char *name, const void *from, size_t size) {
-    uint64_t digest = 0xCBF29CE484222325;
-    const auto *bytes = static_cast<const uint8_t *>(from);
-    for (size_t i = 0; i < size; i++)
-        digest = (digest ^ bytes[i]) * 0x100000001B3;
-    std::printf("digest %s %s %016" PRIx64 "\n", card, name, digest);
-}
-
-/// One for everything that the last scan left for the host.
+/// Of everything that the last scan left for the host.
 void PrintDigests(const char *card) {
-    const struct {
-        const char *name;
-        const uint8_t *image;
-        size_t size;
-    } images[] = {
-        {"NatFr", K274_GetImgNatFr(), size_t{3} * K274_NAT_WIDTH * K274_NAT_HEIGHT},
-        {"NatBk", K274_GetImgNatBk(), size_t{3} * K274_NAT_WIDTH * K274_NAT_HEIGHT},
-        {"IrFr", K274_GetImgIrFr(), size_t{K274_IR_WIDTH} * K274_IR_HEIGHT},
-        {"IrBk", K274_GetImgIrBk(), size_t{K274_IR_WIDTH} * K274_IR_HEIGHT},
-        {"UvFr", K274_GetImgUvFr(), size_t{3} * K274_UV_WIDTH * K274_UV_HEIGHT},
-        {"UvBk", K274_GetImgUvBk(), size_t{3} * K274_UV_WIDTH * K274_UV_HEIGHT},
-        {"SliFr", K274_GetImgSliFr(), size_t{3} * K274_SLI_WIDTH * K274_SLI_HEIGHT},
-        {"SliBk", K274_GetImgSliBk(), size_t{3} * K274_SLI_WIDTH * K274_SLI_HEIGHT},
-        {"Edge", K274_GetImgEdge(), size_t{3} * K274_EDGE_WIDTH * K274_EDGE_HEIGHT},
-        {"MsIr", K274_GetImgMsIr(), size_t{K274_MSIR_WIDTH} * K274_MSIR_HEIGHT},
-        {"MsBl", K274_GetImgMsBl(), size_t{K274_MSBL_WIDTH} * K274_MSBL_HEIGHT},
-        {"raw-response", K274_GetCcdRawResp(), 18900},
-        {"corrected-response", K274_GetCcdCorResp(), 18900},
-    };
-    for (const auto &each : images)
-        PrintDigest(card, each.name, each.image, each.size);
-    K274_Magnetic stripe{};
-    K274_GetMag(&stripe);
-    PrintDigest(card, "stripe", &stripe, sizeof stripe);
-    K274_Version version{};
-    K274_GetVersion(&version);
-    PrintDigest(card, "version", &version, sizeof version);
+    ScanResults results = TakeScanResults();
+    results["version"].resize(sizeof(K274_Version));
+    K274_GetVersion(reinterpret_cast<K274_Version *>(results["version"].data()));
+    for (const auto &[name, bytes] : results) {
+        uint64_t digest = 0xCBF29CE484222325;
+        for (const uint8_t byte : bytes)
+            digest = (digest ^ byte) * 0x100000001B3;
+        std::printf("digest %s %s %016" PRIx64 "\n", card, name.c_str(), digest);
+    }
 }
 
 TEST_F(GuestTest, ScansForDigests) {

@@ -1,6 +1,6 @@
 // Files, locks, threads, resources and modules, as every system gives them.
 #include "platform/os/os.h"
-#include "tests/os/temp_dir.h"
+#include "tests/os/files.h"
 
 #include <chrono>
 #include <ctime>
@@ -12,7 +12,7 @@
 namespace {
 
 TEST(File, LogsAreAppendedToAndSharedWithReadersAndWriters) {
-    const TempDir directory;
+    const TempFolder directory;
     const std::string path = directory.File("a.log");
     EXPECT_FALSE(os::AppendToFile(path.c_str(), "x", 1)) << "only truncating creates";
     EXPECT_FALSE(std::filesystem::exists(path));
@@ -21,9 +21,9 @@ TEST(File, LogsAreAppendedToAndSharedWithReadersAndWriters) {
     EXPECT_TRUE(os::AppendToFile(path.c_str(), "one\r\n", 5));
     other << "other" << std::flush;
     EXPECT_TRUE(os::AppendToFile(path.c_str(), "two\n\0", 5));
-    EXPECT_EQ(TakeFile(path), std::string("one\r\nothertwo\n\0", 15));
+    EXPECT_EQ(ReadText(path), std::string("one\r\nothertwo\n\0", 15));
     EXPECT_TRUE(os::TruncateFile(path.c_str()));
-    EXPECT_EQ(TakeFile(path), "");
+    EXPECT_EQ(ReadText(path), "");
     for (const std::string &wrong :
          {directory.File("none/a.log"), directory.Path().string(), std::string(os::kMaxPath, 'x')}) {
         EXPECT_FALSE(os::TruncateFile(wrong.c_str())) << wrong;
@@ -32,14 +32,14 @@ TEST(File, LogsAreAppendedToAndSharedWithReadersAndWriters) {
 }
 
 TEST(File, IsReadAndWrittenWhole) {
-    const TempDir directory;
+    const TempFolder directory;
     const std::string path = directory.File("a.tif"), text("one\0two\r\n", 9);
     size_t count = 99;
     uint8_t buffer[12] = {};
     EXPECT_FALSE(os::ReadFileInto(path.c_str(), buffer, sizeof buffer, &count));
     EXPECT_EQ(count, 0U);
-    EXPECT_EQ(WriteText(path, "a longer text that goes"), os::FileWrite::Done);
-    EXPECT_EQ(WriteText(path, text), os::FileWrite::Done);
+    EXPECT_EQ(WriteWhole(path, "a longer text that goes"), os::FileWrite::Done);
+    EXPECT_EQ(WriteWhole(path, text), os::FileWrite::Done);
     ASSERT_TRUE(os::ReadFileInto(path.c_str(), buffer, sizeof buffer, &count));
     EXPECT_EQ(std::string(reinterpret_cast<char *>(buffer), count), text);
     buffer[4] = '#';
@@ -48,10 +48,10 @@ TEST(File, IsReadAndWrittenWhole) {
     EXPECT_EQ(buffer[4], '#');
     for (const std::string &wrong :
          {directory.File("none/a.tif"), directory.Path().string(), std::string()}) {
-        EXPECT_EQ(WriteText(wrong, text), os::FileWrite::NotCreated) << wrong;
+        EXPECT_EQ(WriteWhole(wrong, text), os::FileWrite::NotCreated) << wrong;
         EXPECT_FALSE(os::ReadFileInto(wrong.c_str(), buffer, sizeof buffer, &count)) << wrong;
     }
-    EXPECT_EQ(directory.Entries(), 1);
+    EXPECT_EQ(Entries(directory), 1);
 }
 
 TEST(CurrentDirectory, IsWholeOrEmpty) {

@@ -3,12 +3,12 @@
 
 #include "platform/recording/recording.h"
 #include "tests/scanner/firmware/wire.h"
+#include "tests/support/files.h"
 #include "wire/bytes.h"
 
-#include <fstream>
-#include <iterator>
-#include <string>
-#include <vector>
+#include <gtest/gtest.h>
+
+#include <algorithm>
 
 namespace recorded {
 
@@ -22,16 +22,6 @@ struct Kept {
     Bytes data;
 };
 
-inline Bytes ReadFile(const std::string &file) {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-}
-
-inline void WriteFile(const std::string &file, const Bytes &bytes) {
-    std::ofstream(file, std::ios::binary)
-        .write(reinterpret_cast<const char *>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-}
-
 inline std::vector<Kept> Entries(recording::Reader &reader) {
     std::vector<Kept> entries;
     for (Entry entry; reader.Next(&entry);)
@@ -39,16 +29,43 @@ inline std::vector<Kept> Entries(recording::Reader &reader) {
     return entries;
 }
 
-/// Writes the entries one after the other.
-class Author {
-public:
-    explicit Author(const std::string &file)
-        : writer_(file, [this](const std::string &why) { said += why; }) {}
+/// What the host did, and behind that what it was told: threads of their own, each in its order. Answers end
+/// when the telling thread gets to it.
+inline std::vector<Kept> Calls(const std::string &file) {
+    recording::Reader reader(file);
+    auto entries = Entries(reader);
+    EXPECT_EQ(reader.HowEnded(), recording::Reader::End::Whole);
+    const auto other = [](const Kept &kept) {
+        return kept.entry.kind == Kind::Init || kept.entry.kind == Kind::AttachAnswer;
+    };
+    entries.erase(std::remove_if(entries.begin(), entries.end(), other), entries.end());
+    std::stable_partition(entries.begin(), entries.end(), [](const Kept &kept) {
+        return kept.entry.kind != Kind::Attach && kept.entry.kind != Kind::Detach;
+    });
+    return entries;
+}
 
-    void Add(Entry entry, const Bytes &data = {}) {
+/// A transfer of 196608 bytes' room, or of a command.
+inline Entry Transfer(bool read, uint32_t thread = 1, uint32_t status = 0) {
+    Entry entry;
+    entry.device = 1;
+    entry.thread = thread;
+    entry.read = read;
+    entry.pipe = read ? 0x81 : 2;
+    entry.size = scanner::kMaxReplyBytes;
+    entry.status = status;
+    return entry;
+}
+
+/// Writes the entries one after the other.
+struct Author : recording::Writer {
+    explicit Author(const std::string &file) : Writer(file, [](const std::string &) {}) {}
+
+    using Writer::Add;
+    void Add(Entry entry, const Bytes &data) {
         entry.data = data.data();
         entry.dataBytes = static_cast<uint32_t>(data.size());
-        writer_.Add(entry);
+        Add(entry);
     }
     void Add(Kind kind, uint64_t us = 0, const Bytes &data = {}) {
         Entry entry;
@@ -61,38 +78,20 @@ public:
         Add(Kind::Init, 0, recording::Encode({1, 0xF274, 0x0274, "virtual"}));
         Add(Kind::Attach, 0, Bytes(27, 1));
     }
-    /// A command, and its reply when there is one. `us` is when it was sent.
-    void Exchange(const wire::Fields &fields, const Bytes &reply, uint32_t thread = 1, uint32_t status = 0,
-                  uint64_t us = 0) {
-        Entry entry;
-        entry.device = 1;
-        entry.thread = thread;
-        entry.pipe = 2;
-        entry.startUs = entry.endUs = us;
+    /// A command, and its reply when there is one.
+    void Exchange(const wire::Fields &fields, const Bytes &reply, uint32_t thread = 1) {
+        Entry entry = Transfer(false, thread);
         const Bytes sent = wire::Packet(fields, 1000);
         entry.size = entry.transferred = static_cast<uint32_t>(sent.size());
         Add(entry, sent);
         if (!reply.empty())
-            Read(reply, thread, status, us);
+            Read(reply, thread);
     }
-    void Read(const Bytes &reply, uint32_t thread = 1, uint32_t status = 0, uint64_t us = 0) {
-        Entry entry;
-        entry.device = 1;
-        entry.thread = thread;
-        entry.read = true;
-        entry.pipe = 0x81;
-        entry.startUs = entry.endUs = us;
-        entry.size = scanner::kMaxReplyBytes;
+    void Read(const Bytes &reply, uint32_t thread = 1, uint32_t status = 0) {
+        Entry entry = Transfer(true, thread, status);
         entry.transferred = static_cast<uint32_t>(reply.size());
-        entry.status = status;
         Add(entry, reply);
     }
-    void Close() { writer_.Close(); }
-
-    std::string said;
-
-private:
-    recording::Writer writer_;
 };
 
 /// A status reply.

@@ -3,6 +3,7 @@
 #include "bench/frames/barcode_frames.h"
 #include "platform/sd2/decode.h"
 #include "tests/sd2/pdf417_encoder.h"
+#include "tests/support/table.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>
@@ -38,31 +39,15 @@ void Blot(Frame &frame, int count, uint32_t seed) {
 }
 
 TEST(Engines, ReadDamagedFrames) {
-    const struct {
-        const char *name;
-        Kind kind;
-        Damage damage;
-        int blots;
-        int own, zxing; // of 8 turns, at least
-    } kCases[] = {
-        {"PDF417, blurred", Kind::Pdf417, {170, 60, 4, 2.2}, 0, 8, 8},
-        {"PDF417, noise and blur", Kind::Pdf417, {170, 60, 25, 1.9}, 0, 8, 6},
-        {"PDF417, more of both", Kind::Pdf417, {170, 60, 25, 2.2}, 0, 8, 1},
-        {"PDF417, blots", Kind::Pdf417, {190, 40, 5, 1.0}, 60, 8, 6},
-        {"Code 128, blurred", Kind::Code128, {170, 60, 4, 2.6}, 0, 8, 8},
-        {"Code 128, noise and blur", Kind::Code128, {170, 60, 12, 2.4}, 0, 7, 8},
-        {"Code 39, blurred", Kind::Code39, {170, 60, 4, 2.6}, 0, 4, 3},
-        {"Code 39, noise and blur", Kind::Code39, {170, 60, 12, 2.2}, 0, 8, 6},
-        {"Code 39, blots", Kind::Code39, {190, 40, 5, 1.0}, 40, 8, 7},
-    };
-    for (const auto &c : kCases) {
-        const bool stacked = c.kind == Kind::Pdf417;
+    for (const Row &c : Table("sd2/cases.txt", "engines")) {
+        const auto kind = c[1] == "pdf417" ? Kind::Pdf417 : c[1] == "code128" ? Kind::Code128 : Kind::Code39;
+        const bool stacked = kind == Kind::Pdf417;
+        const int blots = c.Int(6);
         int own = 0, zxing = 0;
         for (int turn = 0; turn < 8; ++turn) {
-            Damage damage = c.damage;
-            damage.skew = (turn % 5 - 2) * 1.3;
+            const Damage damage{c.Int(2), c.Int(3), c.Real(4), c.Real(5), (turn % 5 - 2) * 1.3};
             Symbol symbol;
-            symbol.kind = c.kind;
+            symbol.kind = kind;
             symbol.module = stacked ? 3.4 : 4;
             symbol.text = SampleText(stacked ? 90 : 9, static_cast<uint32_t>(turn + 100));
             if (!stacked)
@@ -73,21 +58,21 @@ TEST(Engines, ReadDamagedFrames) {
             symbol.turn = turn;
             Frame frame = BlankFrame(1000, 1000, damage, false, 0);
             Draw(frame, symbol, damage);
-            Blot(frame, c.blots, static_cast<uint32_t>(turn));
+            Blot(frame, blots, static_cast<uint32_t>(turn));
             AddNoise(frame, damage, static_cast<uint32_t>(turn));
             const auto read = [&](const sd2::Engine &engine) {
                 const sd2::Result result = Decode(engine, frame);
                 EXPECT_TRUE(result.text.empty() || result.text == symbol.text)
-                    << engine.name << ", " << c.name << ": " << result.text;
-                if (stacked && c.blots > 0)
+                    << engine.name << ", " << c[0] << ": " << result.text;
+                if (stacked && blots > 0)
                     EXPECT_EQ(result.info[sd2::kInfoCorrected] > 0, &engine == &sd2::kOwnEngine) << turn;
                 return result.text == symbol.text;
             };
             own += read(sd2::kOwnEngine);
             zxing += read(sd2::kZxingEngine);
         }
-        EXPECT_GE(own, c.own) << c.name;
-        EXPECT_GE(zxing, c.zxing) << c.name;
+        EXPECT_GE(own, c.Int(7)) << c[0];
+        EXPECT_GE(zxing, c.Int(8)) << c[0];
     }
 }
 

@@ -1,6 +1,7 @@
 // Our own engine's linear codes: character sets, both directions, ink that spreads, what is not a code. The
 // bars were drawn by an existing generator.
 #include "platform/sd2/engine.h"
+#include "tests/support/table.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>
@@ -16,38 +17,18 @@ using sd2::Stretch;
 const Stopwatch kAmple(600000), kSpent(0);
 
 struct Code {
-    const char *name;
+    std::string name;
     sd2::Symbology symbology;
     std::string bars; // widths of bars and spaces in modules, one digit each
     std::string text;
 };
 
-const Code kCodes[] = {
-    {"sets B and C", sd2::kCode128,
-     "2112141113231214211221321131411122321311233311212411121141312141212211142331112", "Ab-12345678z"},
-    {"sets A and B", sd2::kCode128, "2114121113231421121311231422114113114212112311312331112", "A\tB\nx"},
-    {"one character of the other set", sd2::kCode128,
-     "2114121421121113234113111211241421121113231113234113111211241113231143112331112", "\tAa\tAAaA"},
-    {"upper half", sd2::kCode128,
-     "2112141411221211241124121141311421122221221141311141311224111421121422112412112211144131111141311231221"
-     "222312331112",
-     "caf\xE9!\xE8\xE9\xEA\xEB\xEC\xED"
-     "0"},
-    {"function character between", sd2::kCode128,
-     "2112144111311232211231221113231311231131414111312132124131111211422331112",
-     "10AB\x1D"
-     "2177"},
-    {"letters and signs", sd2::kCode39,
-     "1211212111211112112112111121212112111121221111211112211121111212121111121211121112111212111112121211122"
-     "1211111121121211",
-     "A-1. $/+%Z"},
-    {"digits", sd2::kCode39,
-     "1211212111111221211121121111211122111121212211111111122111212112211111112221111111121121212112112111112"
-     "2112111121121211",
-     "0123456789"},
-    {"with a check character", sd2::kCode39,
-     "1211212111212112111121111221112111221111212112111121111112212221111111121121211", "CHECKW"},
-};
+const std::vector<Code> kCodes = [] {
+    std::vector<Code> codes;
+    for (const Row &row : Table("sd2/cases.txt", "linear codes"))
+        codes.push_back({row[0], row[1] == "128" ? sd2::kCode128 : sd2::kCode39, row[2], row[3]});
+    return codes;
+}();
 
 /// The code in some lines, one of them per entry of `shift`, which moves it along.
 /// @param growth  bars wider and spaces narrower than they should be, sixteenths of a pixel

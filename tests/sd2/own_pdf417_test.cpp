@@ -3,6 +3,7 @@
 #include "platform/sd2/own/compaction.h"
 #include "platform/sd2/own/reed_solomon.h"
 #include "tests/sd2/pdf417_encoder.h"
+#include "tests/support/table.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>
@@ -25,51 +26,16 @@ bool Read(const SymbolRows &rows, Pdf417Read *read, const Stopwatch &watch = kAm
 }
 
 TEST(OwnPdf417, Compactions) {
-    const std::string all = "0123456789&\r\t,:#-.$/+%*=^", marks = ";<>@[\\]_`~!\r\t,:\n-.$/\"|*()?{}'";
-    std::vector<int> mixed{28 * 30 + 0}, punctuation{28 * 30 + 25}; // latches
-    for (int i = 1; i < 25; i += 2)
-        mixed.push_back(i * 30 + i + 1);
-    for (int i = 0; i < 29; i += 2)
-        punctuation.push_back(i * 30 + i + 1); // the last value leaves the marks
-    punctuation.push_back(0);
-    const struct {
-        const char *name;
-        std::vector<int> words;
-        std::string text;
-    } kCases[] = {
-        {"text", {453, 178, 121, 239}, "PDF417"},
-        {"latch to where it is", {900, 453, 178, 900, 3}, "PDFAD"},
-        {"small letters, a capital between", {27 * 30 + 0, 27 * 30 + 1, 2 * 30 + 26}, "aBc "},
-        {"mixed", mixed, all},
-        {"marks, and capitals again", punctuation, marks + "AA"},
-        {"mixed to small and to capitals", {28 * 30 + 27, 28 * 30 + 28, 0 * 30 + 26}, "A "},
-        {"a mark between capitals", {0 * 30 + 29, 10 * 30 + 1}, "A!B"},
-        {"back to capitals by a shift", {0 * 30 + 29, 29 * 30 + 1}, "AB"},
-        {"a byte between, shifts given up", {27 * 30 + 29, 913, 0xE4, 1}, std::string("\xE4") + "ab"},
-        {"bytes, a multiple of six", {924, 163, 238, 432, 766, 244}, "alcool"},
-        {"bytes, the last group single", {901, 163, 238, 432, 766, 244, 65}, "alcoolA"},
-        {"five single bytes", {901, 65, 66, 67, 68, 69}, "ABCDE"},
-        {"bytes and text", {901, 10, 900, 453}, "\nPD"},
-        {"zero bytes", {901, 0, 0, 255}, std::string("\0\0\xFF", 3)},
-        {"digits", {902, 1, 624, 434, 632, 282, 200}, "000213298174000"},
-        {"digits anew", {902, 1, 624, 434, 632, 282, 200, 902, 12}, "0002132981740002"},
-        {"more digits than one group holds",
-         {902, 491, 81, 137, 450, 302, 67, 15, 174, 492, 862, 667, 475, 869, 12, 434, 174, 189},
-         "1234567890123456789012345678901234567890123456789"},
-        {"character sets", {927, 3, 453, 926, 1, 2, 178, 925, 7, 121, 901, 65, 927, 4, 66}, "PDF41AB"},
-        {"reader set up", {921, 453}, "PD"},
-        {"one of several symbols", {453, 178, 928, 111, 100, 17, 53, 922}, "PDF"},
-        {"padding", {453, 900, 900, 900}, "PD"},
-    };
-    for (const auto &c : kCases) {
-        std::vector<int> words{static_cast<int>(c.words.size()) + 1};
-        words.insert(words.end(), c.words.begin(), c.words.end());
+    for (const Row &c : Table("sd2/cases.txt", "compactions")) {
+        const std::vector<int> data = c.Ints(2);
+        std::vector<int> words{static_cast<int>(data.size()) + 1};
+        words.insert(words.end(), data.begin(), data.end());
         std::string bytes;
-        EXPECT_TRUE(sd2::own::DecodeCompaction(words, &bytes)) << c.name;
-        EXPECT_EQ(bytes, c.text) << c.name;
+        EXPECT_TRUE(sd2::own::DecodeCompaction(words, &bytes)) << c[0];
+        EXPECT_EQ(bytes, c[1]) << c[0];
         Pdf417Read read;
-        EXPECT_TRUE(Read(Draw(MakeSymbol(c.words, 4, 2)), &read)) << c.name;
-        EXPECT_EQ(read.bytes, c.text) << c.name;
+        EXPECT_TRUE(Read(Draw(MakeSymbol(data, 4, 2)), &read)) << c[0];
+        EXPECT_EQ(read.bytes, c[1]) << c[0];
     }
 }
 
@@ -143,28 +109,16 @@ void Cover(SymbolRows &rows, int firstRow, int lastRow, int firstModule, int las
 TEST(OwnPdf417, DamagedSymbols) {
     const Pdf417Symbol symbol = MakeSymbol(kData, 5, 4); // 10 rows, 32 words of correction
     ASSERT_EQ(symbol.rows, 10);
-    const struct {
-        const char *name;
-        int firstRow, lastRow, firstModule, lastModule, grey;
-        int atLeast, atMost; // corrected
-    } kCases[] = {
-        {"whole", 0, 0, 0, 0, 0, 0, 0},
-        {"three rows paper", 3, 5, 17, 136, 210, 15, 15},
-        {"six rows grey", 3, 8, 17, 136, 120, 29, 30},
-        {"a column dark", 0, 9, 51, 68, 30, 9, 10},
-        {"a scratch down three columns", 0, 9, 63, 90, 210, 15, 30},
-        {"left indicators gone", 0, 9, 17, 34, 210, 0, 0},
-        {"right indicators dark", 0, 9, 119, 136, 30, 0, 0},
-    };
-    for (const auto &c : kCases) {
+    for (const Row &c : Table("sd2/cases.txt", "damaged")) {
+        const auto at = [&c](size_t cell) { return c.Int(cell); };
         SymbolRows rows = Draw(symbol);
-        Cover(rows, c.firstRow, c.lastRow, c.firstModule, c.lastModule, c.grey);
+        Cover(rows, at(1), at(2), at(3), at(4), at(5));
         Pdf417Read read;
-        ASSERT_TRUE(Read(rows, &read)) << c.name;
-        EXPECT_EQ(read.bytes, kText) << c.name;
-        EXPECT_TRUE(read.rows == 10 && read.columns == 5 && read.correctionLevel == 4) << c.name;
-        EXPECT_GE(read.corrected, c.atLeast) << c.name;
-        EXPECT_LE(read.corrected, c.atMost) << c.name;
+        ASSERT_TRUE(Read(rows, &read)) << c[0];
+        EXPECT_EQ(read.bytes, kText) << c[0];
+        EXPECT_TRUE(read.rows == 10 && read.columns == 5 && read.correctionLevel == 4) << c[0];
+        EXPECT_GE(read.corrected, at(6)) << c[0];
+        EXPECT_LE(read.corrected, at(7)) << c[0];
     }
 }
 

@@ -1,6 +1,6 @@
 // What only Windows has: settings files by the system's own private profiles, paths as they stand, files that
 // others hold open.
-#include "tests/os/temp_dir.h"
+#include "tests/os/files.h"
 
 #include <gtest/gtest.h>
 #include <thread>
@@ -30,13 +30,14 @@ protected:
     }
     int32_t Int(const char *key) { return os::ReadProfileInt(path_.c_str(), "Demo", key, -77); }
 
-    TempDir directory_;
+    TempFolder directory_;
     std::string path_ = directory_.File("K274.ini");
 };
 
 TEST_F(Profile, Reads) {
-    PutFile(path_, "; top\r\n[Other]\r\nName=other\r\n[dEMO]\r\n nAME = two words \r\nQuoted=\"  kept  \"\r\n"
-                   "Name=second\r\nNum=-3\r\nPlus=12abc\r\nNone=\r\nLong=ABCDEFGHIJ\r\n");
+    WriteText(path_,
+              "; top\r\n[Other]\r\nName=other\r\n[dEMO]\r\n nAME = two words \r\nQuoted=\"  kept  \"\r\n"
+              "Name=second\r\nNum=-3\r\nPlus=12abc\r\nNone=\r\nLong=ABCDEFGHIJ\r\n");
     EXPECT_EQ(Text("Name"), "two words");
     EXPECT_EQ(Text("Quoted"), "  kept  ");
     EXPECT_EQ(Text("None"), "");
@@ -55,21 +56,21 @@ TEST_F(Profile, Reads) {
 TEST_F(Profile, WritesOneEntryAndKeepsTheOthers) {
     EXPECT_TRUE(os::WriteProfileText(path_.c_str(), "Demo", "Num", "7")); // makes the file
     EXPECT_EQ(Int("Num"), 7);
-    PutFile(path_, "; top\r\n[Other]\r\nNum=1\r\n[Demo]\r\nNum=7\r\nName=x\r\n");
+    WriteText(path_, "; top\r\n[Other]\r\nNum=1\r\n[Demo]\r\nNum=7\r\nName=x\r\n");
     EXPECT_TRUE(os::WriteProfileText(path_.c_str(), "Demo", "Num", "8"));
     EXPECT_TRUE(os::WriteProfileText(path_.c_str(), "Demo", "New", "y"));
     EXPECT_EQ(Int("Num"), 8);
     EXPECT_EQ(Text("Name"), "x");
     EXPECT_EQ(Text("New"), "y");
     EXPECT_EQ(os::ReadProfileInt(path_.c_str(), "Other", "Num", 0), 1);
-    EXPECT_EQ(TakeFile(path_).substr(0, 5), "; top");
-    const std::string before = TakeFile(path_);
+    EXPECT_EQ(ReadText(path_).substr(0, 5), "; top");
+    const std::string before = ReadText(path_);
     // To the system a null text removes the key, a null key the section.
     EXPECT_FALSE(os::WriteProfileText(path_.c_str(), "Demo", "Num", nullptr));
     EXPECT_FALSE(os::WriteProfileText(path_.c_str(), "Demo", nullptr, "1"));
     EXPECT_FALSE(os::WriteProfileText(path_.c_str(), "Demo", "Num", "1\r\n[Other]"));
     EXPECT_FALSE(os::WriteProfileText(directory_.File("none\\K274.ini").c_str(), "Demo", "Num", "1"));
-    EXPECT_EQ(TakeFile(path_), before);
+    EXPECT_EQ(ReadText(path_), before);
 }
 
 TEST_F(Profile, RelativePathsBeginInTheCurrentFolder) {
@@ -77,32 +78,32 @@ TEST_F(Profile, RelativePathsBeginInTheCurrentFolder) {
     std::filesystem::current_path(directory_.Path());
     std::filesystem::create_directory("log");
     for (const char *path : {"K274.ini", "log\\K274.ini"}) {
-        PutFile(path, "[Demo]\r\nNum=5\r\n");
+        WriteText(path, "[Demo]\r\nNum=5\r\n");
         path_ = path;
         EXPECT_EQ(Int("Num"), 5) << path;
         EXPECT_EQ(Text("Num"), "5") << path;
         EXPECT_TRUE(os::WriteProfileText(path, "Demo", "Num", "6"));
-        EXPECT_EQ(TakeFile(path), "[Demo]\r\nNum=6\r\n") << path;
+        EXPECT_EQ(ReadText(path), "[Demo]\r\nNum=6\r\n") << path;
     }
     std::filesystem::current_path(before);
 }
 
 TEST(WholeFile, OneThatOthersHoldStaysAsItWas) {
-    const TempDir directory;
+    const TempFolder directory;
     const std::string path = directory.File("a.tif");
-    PutFile(path, "old");
+    WriteText(path, "old");
     const HANDLE held =
         CreateFileA(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
     ASSERT_NE(held, INVALID_HANDLE_VALUE);
-    EXPECT_EQ(WriteText(path, "new"), os::FileWrite::NotCreated);
+    EXPECT_EQ(WriteWhole(path, "new"), os::FileWrite::NotCreated);
     CloseHandle(held);
-    EXPECT_EQ(TakeFile(path), "old");
-    EXPECT_EQ(directory.Entries(), 1);
-    EXPECT_EQ(WriteText(path, "new"), os::FileWrite::Done);
-    EXPECT_EQ(TakeFile(path), "new");
+    EXPECT_EQ(ReadText(path), "old");
+    EXPECT_EQ(Entries(directory), 1);
+    EXPECT_EQ(WriteWhole(path, "new"), os::FileWrite::Done);
+    EXPECT_EQ(ReadText(path), "new");
 }
 
-TEST(WholeFile, DevicesAreWrittenAsTheyAre) { EXPECT_EQ(WriteText("NUL", "text"), os::FileWrite::Done); }
+TEST(WholeFile, DevicesAreWrittenAsTheyAre) { EXPECT_EQ(WriteWhole("NUL", "text"), os::FileWrite::Done); }
 
 TEST(Thread, ItsEndIsCounted) {
     static HANDLE gate = CreateEventA(nullptr, TRUE, FALSE, nullptr);

@@ -8,10 +8,14 @@ namespace {
 
 int32_t Attached(void *device, WDU_DEVICE *, void *user) {
     auto *host = static_cast<Host *>(user);
-    const std::lock_guard<std::mutex> lock(host->mutex);
-    host->device = host->lastDevice = device;
-    host->attaches++;
-    host->changed.notify_all();
+    {
+        const std::lock_guard<std::mutex> lock(host->mutex);
+        host->device = host->lastDevice = device;
+        host->attaches++;
+        host->changed.notify_all();
+    }
+    if (host->onAttach)
+        host->onAttach(*host);
     return host->accepts;
 }
 
@@ -34,7 +38,8 @@ void SetVariable(const char *name, const std::string &value) {
 #endif
 }
 
-Host::Host(WDU_MATCH_TABLE match, bool acceptsDevice) : accepts(acceptsDevice) {
+Host::Host(WDU_MATCH_TABLE match, bool acceptsDevice, std::function<void(Host &)> callback)
+    : accepts(acceptsDevice), onAttach(std::move(callback)) {
     WDU_EVENT_TABLE events{Attached, Detached, nullptr, this};
     status = WDU_Init(&driver, &match, 1, &events, 1);
 }

@@ -9,6 +9,7 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <functional>
 #include <mutex>
 
 namespace wire {
@@ -25,8 +26,9 @@ void SetVariable(const char *name, const std::string &value);
 
 class Host {
 public:
-    /// Opens the driver; `status` tells how that went.
-    explicit Host(WDU_MATCH_TABLE match = ScannerMatch(), bool accepts = true);
+    /// Opens the driver; `status` tells how that went. @param onAttach  done in the callback
+    explicit Host(WDU_MATCH_TABLE match = ScannerMatch(), bool accepts = true,
+                  std::function<void(Host &)> onAttach = {});
     ~Host() { Close(); }
     void Close();
 
@@ -50,6 +52,7 @@ public:
     std::condition_variable changed;
     int attaches = 0, detaches = 0;
     bool accepts = true;
+    const std::function<void(Host &)> onAttach;
 };
 
 /// A scanner without a past: switched on anew, no faults, no cards, speed 0.

@@ -1,5 +1,8 @@
-// Scanners that come, go and cannot be opened, and hosts that open and close the driver meanwhile.
-#include "tests/usb/mock_fixture.h"
+// What a driver on USB meets: scanners that come, go and cannot be opened, descriptors that lie, resets that
+// fail, hosts that open and close meanwhile. The suite of all drivers runs here, too.
+#include "tests/drivers/contract.h"
+#include "tests/scanner/firmware/host.h"
+#include "tests/usb/mock_bus.h"
 
 #include <gmock/gmock.h>
 
@@ -7,10 +10,32 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstring>
 #include <filesystem>
+#include <future>
 #include <optional>
 #include <random>
+#include <thread>
+
+namespace {
+
+std::shared_ptr<void> Connect(bool splits) {
+    auto port = std::make_shared<mock::Port>(scanner::TheScanner());
+    port->behaviour.scatterGather = !splits;
+    EXPECT_TRUE(port->Await(true));
+    return port;
+}
+
+} // namespace
+
+namespace drivers {
+
+extern const std::vector<Backend> kBackends;
+const std::vector<Backend> kBackends{{"usb", false, false, true, Connect},
+                                     {"usb", false, true, true, Connect}};
+
+} // namespace drivers
 
 namespace mock {
 namespace {
@@ -18,7 +43,21 @@ namespace {
 using namespace wire;
 using testing::HasSubstr;
 
-struct Attach : UsbTest {
+bool Await(const std::function<bool()> &condition) {
+    for (int k = 0; k < 20000 && !condition(); k++)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    return condition();
+}
+
+struct Usb : testing::Test {
+    void SetUp() override {
+        SetVariable("K274_DEVICE", "usb");
+        VS_SetSpeed(0);
+        VS_Unplug(); // what was on its way comes out
+        VS_PlugIn();
+        ASSERT_TRUE(port.Await(true));
+    }
+    void TearDown() override { VS_PlugIn(); }
     /// What the driver says while something happens, beside the answer of that.
     template <typename Action>
     std::string Said(Action action) {
@@ -26,39 +65,65 @@ struct Attach : UsbTest {
         action();
         return testing::internal::GetCapturedStderr();
     }
-};
-INSTANTIATE_TEST_SUITE_P(Usb, Attach, testing::Values(true));
 
-TEST_P(Attach, FollowsTheCablePortCyclesAndResets) {
+    Port port{scanner::TheScanner()};
+};
+
+TEST_F(Usb, IsToldOnceAndFoundAgainThoughAResetFails) {
     Host host;
-    void *const first = host.device;
-    VS_Unplug();
-    EXPECT_TRUE(host.WaitForNews(1, 1));
-    EXPECT_EQ(WDU_ResetPipe(first, kIn), kGone);
-    VS_PlugIn();
-    ASSERT_TRUE(host.WaitForNews(2, 1));
-    EXPECT_EQ(WDU_ResetPipe(first, kIn), kGone) << "an old handle is not the new scanner";
     port.TellAgain();
     ASSERT_EQ(WDU_ResetDevice(host.device, 2), 0u);
-    ASSERT_TRUE(host.WaitForNews(3, 2)) << "told of twice, it attaches once";
+    ASSERT_TRUE(host.WaitForNews(2, 1)) << "told of twice, it attaches once";
     EXPECT_EQ(port.behaviour.resets, 1);
-    host.Poll();
-    host.Poll();
-    EXPECT_NE(host.Kind(), 1);
-    ASSERT_EQ(WDU_ResetDevice(host.device, 1), 0u);
-    host.Poll();
-    EXPECT_EQ(host.Kind(), 1) << "the scanner tells of the reset";
-    EXPECT_EQ(port.behaviour.resets, 2);
     port.behaviour.resetError = EIO;
     EXPECT_EQ(WDU_ResetDevice(host.device, 1), kFailed);
     EXPECT_EQ(WDU_ResetDevice(host.device, 2), kFailed);
-    ASSERT_TRUE(host.WaitForNews(4, 3)) << "found again all the same";
-    host.Close();
-    EXPECT_EQ(host.detaches, 3) << "closing is no detach";
+    ASSERT_TRUE(host.WaitForNews(3, 2)) << "found again all the same";
+    EXPECT_EQ(port.behaviour.resets, 3);
     EXPECT_EQ(port.behaviour.refusedClaims, 0);
 }
 
-TEST_P(Attach, OneThatComesWhileTheDriverOpensAttachesOnce) {
+TEST_F(Usb, CommandsAreMadeOfPiecesWithoutScatterGatherAlone) {
+    Fields write{0x13, 1};
+    write.word1 = 18900;
+    write.data = Bytes(18908, 3);
+    for (const bool splits : {false, true}) {
+        port.behaviour.scatterGather = !splits;
+        Host host;
+        port.behaviour.pieces = 0;
+        EXPECT_EQ(WDU_TransferBulk(host.device, kIn, 1, 0, write.data.data(), 0xFFFFFFFF, nullptr, 2),
+                  kBadArgument);
+        EXPECT_EQ(port.behaviour.pieces, 0);
+        EXPECT_EQ(host.Send(write), 0u);
+        EXPECT_EQ(port.behaviour.pieces, splits ? 2 : 1);
+        EXPECT_EQ(WDU_ResetPipe(host.device, kIn), 0u);
+    }
+    EXPECT_EQ(port.behaviour.clearedHalts, 2);
+    VS_SetCalibrationRecord(nullptr, 0);
+}
+
+TEST_F(Usb, AResetEndsTransfers) {
+    for (const int error : {0, ENODEV}) { // with it comes back as another device
+        uint32_t status = kBadHandle;
+        for (int attempt = 0; attempt < 50 && status == kBadHandle; attempt++) {
+            Host host;
+            ASSERT_TRUE(host.WaitForNews(1, 0));
+            void *const device = host.device;
+            auto transfer = std::async(std::launch::async, [device] {
+                Bytes buffer(40000);
+                return WDU_TransferBulk(device, kIn, 1, 0, buffer.data(), 40000, nullptr, 30000);
+            });
+            EXPECT_EQ(transfer.wait_for(std::chrono::milliseconds(10)), std::future_status::timeout);
+            port.behaviour.resetError = error;
+            EXPECT_EQ(WDU_ResetDevice(device, 1), error == 0 ? 0 : kGone);
+            port.behaviour.resetError = 0;
+            status = transfer.get();
+        }
+        EXPECT_EQ(status, kCanceled) << error;
+    }
+}
+
+TEST_F(Usb, OneThatComesWhileTheDriverOpensAttachesOnce) {
     for (int k = 0; k < 12; k++) {
         VS_Unplug();
         ASSERT_TRUE(port.Await(false));
@@ -76,7 +141,7 @@ TEST_P(Attach, OneThatComesWhileTheDriverOpensAttachesOnce) {
 
 // The line names the cure; it is said once for each cause, and once the cause has gone the scanner attaches
 // without more ado.
-TEST_P(Attach, FailuresAreToldApart) {
+TEST_F(Usb, FailuresAreToldApart) {
     const struct {
         int error;
         int milliseconds; // until it is noticed
@@ -116,7 +181,7 @@ TEST_P(Attach, FailuresAreToldApart) {
     EXPECT_EQ(host->Exchange({0x14}).size(), 256u);
 }
 
-TEST_P(Attach, OneThatIsNotReadyYetIsAwaited) {
+TEST_F(Usb, OneThatIsNotReadyYetIsAwaited) {
     port.behaviour.claimError = EINVAL;
     port.behaviour.claimFailures = 3;
     const std::string said = Said([] {
@@ -151,7 +216,7 @@ TEST_P(Attach, OneThatIsNotReadyYetIsAwaited) {
     EXPECT_TRUE(host.WaitForNews(2, 1));
 }
 
-TEST_P(Attach, DescriptorsAreNotTrusted) {
+TEST_F(Usb, DescriptorsAreNotTrusted) {
     const Bytes good = Port::AllDescriptors();
     constexpr size_t kConfig = 18, kInterface = kConfig + 9, kOutPipe = kInterface + 9,
                      kInPipe = kOutPipe + 7;
@@ -159,26 +224,24 @@ TEST_P(Attach, DescriptorsAreNotTrusted) {
         size_t at;
         uint8_t value;
         bool attaches;
-    } changes[] = {
-        {kConfig + 4, 0, false},
-        {kConfig + 4, 255, false},
-        {kConfig + 2, 20, false},
-        {kConfig + 0, 0, false},
-        {kInterface + 0, 0, false},
-        {kInterface + 2, 40, false},
-        {kInterface + 2, 3, true},
-        {kInterface + 4, 1, false},
-        {kInterface + 4, 255, false},
-        {kInterface + 5, 3, false},
-        {kInterface + 7, 1, false},
-        {kOutPipe + 2, 0x03, false},
-        {kOutPipe + 3, 3, false},
-        {kInPipe + 0, 200, false},
-        {kInPipe + 2, 0x82, false},
-        {8, 1, false},
-        {10, 1, false},
-        {4, 9, true},
-    };
+    } changes[] = {{kConfig + 4, 0, false},
+                   {kConfig + 4, 255, false},
+                   {kConfig + 2, 20, false},
+                   {kConfig + 0, 0, false},
+                   {kInterface + 0, 0, false},
+                   {kInterface + 2, 40, false},
+                   {kInterface + 2, 3, true},
+                   {kInterface + 4, 1, false},
+                   {kInterface + 4, 255, false},
+                   {kInterface + 5, 3, false},
+                   {kInterface + 7, 1, false},
+                   {kOutPipe + 2, 0x03, false},
+                   {kOutPipe + 3, 3, false},
+                   {kInPipe + 0, 200, false},
+                   {kInPipe + 2, 0x82, false},
+                   {8, 1, false},
+                   {10, 1, false},
+                   {4, 9, true}};
     const auto attaches = [this](const Bytes &descriptors, bool *attached) {
         port.descriptors = descriptors;
         VS_Unplug();
@@ -212,34 +275,7 @@ TEST_P(Attach, DescriptorsAreNotTrusted) {
     port.descriptors = good;
 }
 
-TEST_P(Attach, AnyMatchTableSelects) {
-    struct Told {
-        int attaches = 0;
-        WDU_DEVICE device{};
-        WDU_INTERFACE_DESCRIPTOR setting{};
-    } told;
-    WDU_EVENT_TABLE events{[](void *, WDU_DEVICE *info, void *user) -> int32_t {
-                               auto &to = *static_cast<Told *>(user);
-                               to.attaches++;
-                               to.device = *info;
-                               to.setting = info->pActiveInterface[0]->pActiveAltSetting->Descriptor;
-                               return 1;
-                           },
-                           nullptr, nullptr, &told};
-    WDU_MATCH_TABLE tables[] = {{0x1111, 0x2222, 0, 0, 0, 0, 0}, {0, 0x0274, 0, 0, 0xFF, 0xFF, 0xFF}};
-    void *driver = nullptr;
-    ASSERT_EQ(WDU_Init(&driver, tables, 1, &events, 1), 0u);
-    WDU_Uninit(driver);
-    EXPECT_EQ(told.attaches, 0);
-    ASSERT_EQ(WDU_Init(&driver, tables, 2, &events, 1), 0u);
-    WDU_Uninit(driver);
-    EXPECT_EQ(told.attaches, 1);
-    EXPECT_EQ(std::memcmp(&told.device.Descriptor, bus::DeviceDescriptor().data(), 18), 0);
-    EXPECT_EQ(std::memcmp(&told.setting, &bus::ConfigDescriptor()[9], 9), 0);
-    EXPECT_EQ(told.device.pActiveInterface[1], nullptr);
-}
-
-TEST_P(Attach, TheNextScannerTakesTheFirstOnesPlace) {
+TEST_F(Usb, TheNextScannerTakesTheFirstOnesPlace) {
     scanner::Scanner other{scanner::ReadEnvironment()};
     Port second(other, 2);
     ASSERT_TRUE(second.Await(true));
@@ -262,91 +298,50 @@ TEST_P(Attach, TheNextScannerTakesTheFirstOnesPlace) {
     EXPECT_EQ(host.Exchange({0x14}).size(), 256u);
 }
 
-TEST_P(Attach, ADeclinedScannerIsLetGoOf) {
-    {
-        Host host(ScannerMatch(), false);
-        EXPECT_EQ(host.attaches, 1);
-        EXPECT_NE(host.Send({0x14}), 0u);
-        VS_Unplug();
-        ASSERT_TRUE(port.Await(false));
-        host.accepts = true;
-        VS_PlugIn();
-        ASSERT_TRUE(host.WaitForNews(2, 0)) << "the host is not told that what it declined has left";
-        EXPECT_EQ(host.Exchange({0x14}).size(), 256u);
-    }
-}
-
 size_t Threads() {
     const std::filesystem::directory_iterator tasks("/proc/self/task");
     return static_cast<size_t>(std::distance(begin(tasks), end(tasks)));
 }
 
-/// A host that does something in its attach callback.
-struct BusyHost {
-    void (*inCallback)(BusyHost &);
-    void *driver = nullptr;
-    std::atomic<void *> device{nullptr};
-    std::atomic<bool> done{false};
-    std::atomic<uint32_t> status{99};
-
-    void Open() {
-        WDU_MATCH_TABLE match = ScannerMatch();
-        WDU_EVENT_TABLE events{[](void *attached, WDU_DEVICE *, void *user) -> int32_t {
-                                   auto &host = *static_cast<BusyHost *>(user);
-                                   host.device = attached;
-                                   host.inCallback(host);
-                                   host.done = true;
-                                   return 1;
-                               },
-                               nullptr, nullptr, this};
-        ASSERT_EQ(WDU_Init(&driver, &match, 1, &events, 1), 0u);
-    }
-    uint32_t Handshake() {
-        Bytes packet = Packet({0x14}, 1), reply(256);
-        const uint32_t sent = WDU_TransferBulk(device, kOut, 0, 0, packet.data(), 256, nullptr, 999);
-        return sent != 0 ? sent : WDU_TransferBulk(device, kIn, 1, 0, reply.data(), 256, nullptr, 999);
-    }
-};
-
-TEST_P(Attach, HostsMayDoAnythingInTheirCallback) {
+TEST_F(Usb, HostsMayDoAnythingInTheirCallback) {
     const size_t threads = Threads();
+    std::atomic<size_t> got{99};
     {
-        BusyHost host{[](BusyHost &h) { h.status = h.Handshake(); }};
-        host.Open();
-        EXPECT_EQ(host.status, 0u) << "transfer";
-        WDU_Uninit(host.driver);
-        EXPECT_EQ(Threads(), threads);
+        Host host(ScannerMatch(), true, [&got](Host &h) { got = h.Exchange({0x14}).size(); });
+        EXPECT_EQ(got, 256u) << "transfer";
     }
+    EXPECT_EQ(Threads(), threads);
     {
-        BusyHost host{[](BusyHost &h) {
-            while (h.status == 99)
+        std::atomic<bool> blocked{true}, done{false};
+        Host host(ScannerMatch(), true, [&](Host &) {
+            while (blocked)
                 std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }};
-        host.Open(); // returns though the callback does not
-        EXPECT_EQ(host.Handshake(), 0u) << "a callback that blocks holds up no transfer";
+            done = true;
+        }); // opens though the callback does not return
+        EXPECT_EQ(host.Exchange({0x14}).size(), 256u) << "a callback that blocks holds up no transfer";
         VS_Unplug();
-        EXPECT_NE(host.Handshake(), 0u);
-        host.status = 0;
-        WDU_Uninit(host.driver);
-        EXPECT_TRUE(host.done);
+        EXPECT_NE(host.Send({0x14}), 0u);
+        blocked = false;
+        host.Close();
+        EXPECT_TRUE(done);
         EXPECT_EQ(Threads(), threads);
     }
     VS_PlugIn();
     ASSERT_TRUE(port.Await(true));
     {
-        BusyHost host{[](BusyHost &h) {
+        std::atomic<uint32_t> status{99};
+        Host host(ScannerMatch(), true, [&status](Host &h) {
             WDU_Uninit(h.driver);
-            h.status = h.Handshake();
-        }};
-        host.Open();
-        ASSERT_TRUE(Await([&] { return host.done.load(); }));
-        EXPECT_EQ(host.status, kBadHandle) << "close";
+            status = h.Send({0x14});
+        });
+        ASSERT_TRUE(Await([&] { return status != 99; }));
+        EXPECT_EQ(status, kBadHandle) << "close";
         EXPECT_TRUE(Await([&] { return Threads() == threads; }));
     }
     EXPECT_EQ(Host().attaches, 1) << "and it can be opened again";
 }
 
-TEST_P(Attach, ClosingAtAnyMomentLeavesNothingBehind) {
+TEST_F(Usb, ClosingAtAnyMomentLeavesNothingBehind) {
     const size_t threads = Threads();
     for (int k = 0; k < 10; k++) {
         port.behaviour.claimError = EINVAL;
@@ -363,7 +358,7 @@ TEST_P(Attach, ClosingAtAnyMomentLeavesNothingBehind) {
 }
 
 // The child has the memory of the driver and none of its threads: it must not wait for them.
-TEST_P(Attach, AForkIsRefusedAndTheParentGoesOn) {
+TEST_F(Usb, AForkIsRefusedAndTheParentGoesOn) {
     Host host;
     const pid_t child = fork();
     ASSERT_GE(child, 0);
@@ -382,7 +377,7 @@ TEST_P(Attach, AForkIsRefusedAndTheParentGoesOn) {
     EXPECT_EQ(host.Exchange({0x14}).size(), 256u);
 }
 
-TEST_P(Attach, WithoutUsbTheDriverIsRefusedInOneLine) {
+TEST_F(Usb, WithoutUsbTheDriverIsRefusedInOneLine) {
 #ifdef __SANITIZE_ADDRESS__
     GTEST_SKIP() << "the sanitizer opens files of its own";
 #endif

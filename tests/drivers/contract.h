@@ -1,0 +1,17 @@
+// What the suite needs to know of a driver. A program that runs it names its own.
+#pragma once
+
+#include <memory>
+
+namespace drivers {
+
+struct Backend {
+    const char *device; // K274_DEVICE
+    bool replays;       // what a course gives is recorded, and asked of the recording again
+    bool splits;        // long transfers are made of several
+    bool wire;          // faults happen on a bus, which knows no claims and passes what came before a hang
+    /// Connects the scanner; what it returns lives as long as a test.
+    std::shared_ptr<void> (*connect)(bool splits);
+};
+
+} // namespace drivers
