@@ -3,7 +3,7 @@
 #include "tests/drivers/contract.h"
 #include "tests/recording/recorded.h"
 #include "tests/scanner/firmware/host.h"
-#include "tests/support/table.h"
+#include "tests/support/data.h"
 
 #include <gmock/gmock.h>
 
@@ -109,21 +109,23 @@ TEST_P(Driver, FollowsTheCablePortCyclesAndResets) {
         ASSERT_TRUE(host.WaitForNews(2, 1));
         EXPECT_EQ(WDU_ResetPipe(first, kIn), kGone) << "an old handle is not the new scanner";
         host.Poll();
-        ASSERT_EQ(WDU_ResetDevice(host.device, 2), 0u);
-        ASSERT_TRUE(host.WaitForNews(3, 2));
-        for (int polls = GetParam().wire ? 2 : 1; polls > 0; polls--) // libusb cycles a port by a reset
-            host.Poll();
-        EXPECT_NE(host.Kind(), 1) << "its power was not interrupted";
         ASSERT_EQ(WDU_ResetDevice(host.device, 1), 0u);
         host.Poll();
         EXPECT_EQ(host.Kind(), 1) << "the scanner tells of the reset";
         host.Close();
-        EXPECT_EQ(host.detaches, 2) << "closing is no detach";
+        EXPECT_EQ(host.detaches, 1) << "closing is no detach";
     });
     VS_Unplug();
     Host late;
     VS_PlugIn();
-    EXPECT_TRUE(late.WaitForNews(1, 0));
+    ASSERT_TRUE(late.WaitForNews(1, 0));
+    late.Poll();
+    // A recording may have it that the scanner left before the call had ended.
+    ASSERT_EQ(WDU_ResetDevice(late.device, 2), 0u);
+    ASSERT_TRUE(late.WaitForNews(2, 1));
+    for (int polls = GetParam().wire ? 2 : 1; polls > 0; polls--) // libusb cycles a port by a reset
+        late.Poll();
+    EXPECT_NE(late.Kind(), 1) << "its power was not interrupted";
 }
 
 // Around the ends of packets and of the pieces of 16 KB that libusb may make.
@@ -153,15 +155,12 @@ TEST_P(Driver, RepliesAndCommandsPassWhole) {
 TEST_P(Driver, FaultsHaveTheirStatusAndLoseNothingThatTheyDelay) {
     const std::vector<std::string> actions = {"none", "status", "short", "hang", "length", "noise"};
     Play([&](Host &host) {
-        for (const Row &row : Table("drivers/faults.txt")) {
+        for (const auto &row : Table("drivers/faults.txt")) {
             SCOPED_TRACE(testing::PrintToString(row));
             const std::string &direction = row[0], &action = row[1];
-            const uint32_t value = action == "status" ? row.Hex(2) : static_cast<uint32_t>(row.Int(2));
-            const uint32_t sent = row.Hex(4);
-            const size_t result = row.size() > 7 && GetParam().wire ? 7 : 5;
-            const uint32_t read = row.Hex(result);
-            const auto room = static_cast<uint32_t>(row.Int(3)),
-                       count = static_cast<uint32_t>(row.Int(result + 1));
+            uint32_t value = 0, room = 0, sent = 0, read = 0, count = 0;
+            Take(row[2], value, room);
+            Take(GetParam().wire ? row.back() : row[3], sent, read, count);
             const auto found = std::find(actions.begin(), actions.end(), action);
             if (found != actions.begin())
                 Arm(0x11, direction == "in" ? VS_IN : VS_OUT, static_cast<uint32_t>(found - actions.begin()),

@@ -1,8 +1,8 @@
 // What only POSIX systems need: paths with drive letter and backslashes; settings files in the manner of
 // private profiles; whole files replaced so that a failure leaves the old one.
 #include "tests/os/files.h"
+#include "tests/support/data.h"
 #include "tests/support/system.h"
-#include "tests/support/table.h"
 
 #include <csignal>
 #include <gtest/gtest.h>
@@ -44,16 +44,15 @@ std::string Native(const std::string &path, size_t size = os::kMaxPath) {
 
 TEST(Path, OnlyDriveAndSeparatorsChangeIntoWhatFits) {
     SetVariable("K274_DRIVE_C", "/d");
-    for (const Row &row : Table("os/cases.txt", "paths"))
-        EXPECT_EQ(Native(row[0], row.size() > 2 ? static_cast<size_t>(row.Int(2)) : os::kMaxPath), row[1])
-            << row[0];
+    for (const auto &row : Table("os/paths.txt"))
+        EXPECT_EQ(Native(row[0], row.size() > 2 ? std::stoul(row[2]) : os::kMaxPath), row[1]) << row[0];
     EXPECT_FALSE(os::NativePath("abc", nullptr, 0));
     SetVariable("K274_DRIVE_C", std::string(os::kMaxPath, 'd').c_str());
     EXPECT_EQ(Native("C:\\x"), "-");
 }
 
 TEST(Path, DirectoryBehindTheDrive) {
-    for (const Row &row : Table("os/cases.txt", "drives")) {
+    for (const auto &row : Table("os/drives.txt")) {
         const char *const names[] = {"K274_DRIVE_C", "XDG_DATA_HOME", "HOME"};
         for (size_t k = 0; k < 3; ++k)
             SetVariable(names[k], row[k] == "-" ? nullptr : row[k].c_str());
@@ -92,12 +91,12 @@ protected:
 };
 
 TEST_F(Profile, Reads) {
-    for (const Row &row : Table("os/cases.txt", "texts"))
+    for (const auto &row : Table("os/texts.txt"))
         EXPECT_EQ(Text(row[0]), row[1]) << row[0];
     EXPECT_EQ(Text("[Demo]\nName=ABCDEFGHIJ\n", 8), "ABCDEFG");
     EXPECT_EQ(Text("[Demo]\nName=x\n", 1), "");
-    for (const Row &row : Table("os/cases.txt", "numbers"))
-        EXPECT_EQ(Int("[Demo]\r\nNum = " + row[0] + "\r\n"), row.Int(1)) << row[0];
+    for (const auto &row : Table("os/numbers.txt"))
+        EXPECT_EQ(Int("[Demo]\r\nNum = " + row[0] + "\r\n"), std::stoi(row[1])) << row[0];
     EXPECT_EQ(Int("[Demo]\nNum\n"), -77);
 }
 
@@ -112,10 +111,10 @@ TEST_F(Profile, WhatIsNoSettingsFileReadsAsAbsent) {
 }
 
 TEST_F(Profile, WritesOneEntryAndKeepsEveryOtherByte) {
-    for (const Row &row : Table("os/cases.txt", "written"))
+    for (const auto &row : Table("os/written.txt"))
         EXPECT_EQ(Written(row[0], "Demo", "Num", "8"), row[1]) << row[0];
     // Nothing that could not be read back.
-    for (const Row &row : Table("os/cases.txt", "refused")) {
+    for (const auto &row : Table("os/refused.txt")) {
         const auto text = [&row](size_t cell) { return row[cell] == "-" ? nullptr : row[cell].c_str(); };
         EXPECT_EQ(Written("[Demo]\nNum=7\n", text(0), text(1), text(2)), "refused");
     }

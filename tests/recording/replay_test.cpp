@@ -115,8 +115,8 @@ void Write(Author &author, const Line &line) {
 const std::map<std::string, uint32_t> kResults = {
     {"", 0}, {"failed", wire::kFailed}, {"gone", wire::kGone}, {"nobody", wire::kBadHandle}};
 
-void Act(Host &host, const Line &line) {
-    static void *first;
+/// @param first  the handle of the first attach
+void Act(Host &host, const Line &line, void *first) {
     for (int k = 0; k < line.count; k++) {
         if (line.what == "poll") {
             const int word = host.Poll();
@@ -127,7 +127,6 @@ void Act(Host &host, const Line &line) {
         } else if (line.what == "event") {
             EXPECT_EQ(host.Exchange({0x15}), kEvent);
         } else if (line.what == "sees") { // it leave and return
-            first = host.device;
             ASSERT_TRUE(host.WaitForNews(2, 1));
             EXPECT_NE(host.device, first);
         } else if (line.what == "takes") {
@@ -166,9 +165,10 @@ TEST_F(ReplayTest, FollowsTheTranscripts) {
         });
         const std::string said = Replay([&lines = parts["host"]](Host &host) {
             EXPECT_EQ(host.attaches, 1);
+            void *const first = host.device;
             for (const std::string &line : lines) {
                 SCOPED_TRACE(line);
-                Act(host, Line(line));
+                Act(host, Line(line), first);
             }
         });
         for (const std::string &text : parts["says"])

@@ -1,7 +1,7 @@
 // Our own engine's linear codes: character sets, both directions, ink that spreads, what is not a code. The
 // bars were drawn by an existing generator.
 #include "platform/sd2/engine.h"
-#include "tests/support/table.h"
+#include "tests/support/data.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>
@@ -25,8 +25,8 @@ struct Code {
 
 const std::vector<Code> kCodes = [] {
     std::vector<Code> codes;
-    for (const Row &row : Table("sd2/cases.txt", "linear codes"))
-        codes.push_back({row[0], row[1] == "128" ? sd2::kCode128 : sd2::kCode39, row[2], row[3]});
+    for (const auto &row : Table("sd2/linear_codes.txt"))
+        codes.push_back({row[0], row[1] == "128" ? sd2::kCode128 : sd2::kCode39, row[3], row[2]});
     return codes;
 }();
 

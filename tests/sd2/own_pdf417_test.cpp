@@ -3,7 +3,7 @@
 #include "platform/sd2/own/compaction.h"
 #include "platform/sd2/own/reed_solomon.h"
 #include "tests/sd2/pdf417_encoder.h"
-#include "tests/support/table.h"
+#include "tests/support/data.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>
@@ -26,8 +26,9 @@ bool Read(const SymbolRows &rows, Pdf417Read *read, const Stopwatch &watch = kAm
 }
 
 TEST(OwnPdf417, Compactions) {
-    for (const Row &c : Table("sd2/cases.txt", "compactions")) {
-        const std::vector<int> data = c.Ints(2);
+    for (const auto &c : Table("sd2/compactions.txt")) {
+        const auto numbers = Numbers(c[2]);
+        const std::vector<int> data(numbers.begin(), numbers.end());
         std::vector<int> words{static_cast<int>(data.size()) + 1};
         words.insert(words.end(), data.begin(), data.end());
         std::string bytes;
@@ -109,16 +110,17 @@ void Cover(SymbolRows &rows, int firstRow, int lastRow, int firstModule, int las
 TEST(OwnPdf417, DamagedSymbols) {
     const Pdf417Symbol symbol = MakeSymbol(kData, 5, 4); // 10 rows, 32 words of correction
     ASSERT_EQ(symbol.rows, 10);
-    for (const Row &c : Table("sd2/cases.txt", "damaged")) {
-        const auto at = [&c](size_t cell) { return c.Int(cell); };
+    for (const auto &c : Table("sd2/damaged.txt")) {
+        int firstRow = 0, lastRow = 0, firstModule = 0, lastModule = 0, grey = 0, atLeast = 0, atMost = 0;
+        Take(c[1], firstRow, lastRow, firstModule, lastModule, grey, atLeast, atMost);
         SymbolRows rows = Draw(symbol);
-        Cover(rows, at(1), at(2), at(3), at(4), at(5));
+        Cover(rows, firstRow, lastRow, firstModule, lastModule, grey);
         Pdf417Read read;
         ASSERT_TRUE(Read(rows, &read)) << c[0];
         EXPECT_EQ(read.bytes, kText) << c[0];
         EXPECT_TRUE(read.rows == 10 && read.columns == 5 && read.correctionLevel == 4) << c[0];
-        EXPECT_GE(read.corrected, at(6)) << c[0];
-        EXPECT_LE(read.corrected, at(7)) << c[0];
+        EXPECT_GE(read.corrected, atLeast) << c[0];
+        EXPECT_LE(read.corrected, atMost) << c[0];
     }
 }
 

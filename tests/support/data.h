@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstdint>
+#include <iomanip>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -14,6 +16,13 @@ std::vector<std::vector<std::string>> Table(const std::string &name);
 /// A column of numbers parted by blanks, 0x before hexadecimal ones.
 std::vector<int64_t> Numbers(const std::string &column);
 std::vector<int> Ints(const std::string &column);
+
+/// The values of a column, parted by blanks.
+template <typename... Values>
+void Take(const std::string &column, Values &...values) {
+    std::istringstream from(column);
+    (from >> std::setbase(0) >> ... >> values);
+}
 
 /// Compares a text with the file under tests/ that keeps it. With K274_RENEW=1 the file is written anew, to
 /// be read through before it is committed.
