@@ -1,8 +1,8 @@
 // Opening the driver library, the scanner's coming and going, and the start of a session.
 #include "src/link/attach.h"
 
-#include "src/link/transport.h"
 #include "src/api/lifecycle.h"
+#include "src/link/transport.h"
 #include "src/maint/device_commands.h"
 #include "tests/support/library_fixture.h"
 
