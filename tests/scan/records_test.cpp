@@ -1,10 +1,12 @@
-// What the exchanges leave in records and images.
+// What the exchanges leave in records and images, and the request for the last scan.
 #include "include/k274.h"
 #include "src/decoders/barcode.h"
+#include "src/link/attach.h"
 #include "src/maint/version.h"
 #include "src/passes/stripe_pass.h"
 #include "src/scan/startup.h"
 #include "src/scan/status.h"
+#include "src/state/flags.h"
 #include "src/state/session.h"
 #include "tests/support/library_fixture.h"
 #include "wire/bytes.h"
@@ -20,6 +22,7 @@ using scripted::Reply;
 using scripted::Sent;
 using scripted::TheDriver;
 using testing::ElementsAre;
+using testing::IsEmpty;
 
 struct RecordsTest : ScannerTest {};
 
@@ -130,6 +133,21 @@ TEST_F(RecordsTest, BareRepliesAreBlackNotStale) {
     EXPECT_EQ(k274::PollStatus(), 0x0303);
     K274_UpdateStatus(&record);
     EXPECT_EQ(record.device36, 0);
+}
+
+TEST_F(RecordsTest, MonitorTakesTheRequestUnlessTheScanIsCleared) {
+    k274::DriverUninit(); // the session opens one of its own
+    K274_Init(0);
+    Await([&] { return scanner.polls > 2; });
+    K274_ReSend();
+    Await([&] { return !States().empty() && States().back() == 8; });
+    TakeStates();
+    K274_Clear(0);
+    K274_ReSend();
+    const size_t polls = scanner.polls;
+    Await([&] { return scanner.polls > polls + 4; });
+    EXPECT_THAT(States(), IsEmpty());
+    EXPECT_EQ(k274::state.resendRequest, 0);
 }
 
 } // namespace

@@ -83,6 +83,7 @@ void Scenario::SetUp() {
     readFaults.clear();
     patches.clear();
     lengths.clear();
+    fills.clear();
     progress.clear();
     events.clear();
     claim = claimSent = -1;
@@ -103,6 +104,15 @@ void Scenario::Serve() {
         return Reply{FaultOf(sendFaults, sent.code), {}, claimSent};
     };
     TheDriver().onRead = [this](const Sent &last, uint32_t size) { return Answer(last, size); };
+    scripted::TheDecoder().onDecode = [this](const scripted::DecodeRequest &request) {
+        const std::string text = barcodes.empty() ? "" : barcodes.front();
+        if (!barcodes.empty())
+            barcodes.erase(barcodes.begin());
+        transcript::Note("decode " + std::to_string(request.lines) + " lines of " +
+                         std::to_string(request.pixels) + " pixels" +
+                         (request.linear ? ", linear, too" : "") + ": \"" + text + '"');
+        return text.empty() ? scripted::Symbol{} : scripted::Symbol{0x1000, text};
+    };
 }
 
 uint32_t Scenario::FaultOf(std::map<int, Fault> &faults, int code) {
@@ -127,6 +137,8 @@ Reply Scenario::Answer(const Sent &last, uint32_t size) {
         scanner.progress = known != progress.end() ? known->second : progress.empty() ? 2299 : 65535;
     }
     Reply reply = scanner.Answer(last, size);
+    if (const auto fill = fills.find(last.code); fill != fills.end())
+        std::fill(reply.bytes.begin() + 24, reply.bytes.end(), fill->second);
     for (const auto &[at, byte] : patches[last.code])
         reply.bytes.at(at) = static_cast<uint8_t>(byte);
     for (const int key : {int{last.code}, 0xFF})
@@ -166,6 +178,15 @@ void Scenario::ScannerSteps() {
     steps["length"] = [this](In &in) {
         const int code = NextCode(in);
         lengths[code] = NextAs<size_t>(in);
+    };
+    steps["fill"] = [this](In &in) {
+        const int code = NextCode(in);
+        fills[code] = NextAs<uint8_t>(in);
+    };
+    steps["barcodes"] = [this](In &in) {
+        barcodes.clear();
+        for (std::string text; std::getline(in >> std::ws, text, '|');)
+            barcodes.push_back(text == "none" ? "" : text);
     };
     steps["claim"] = [this](In &in) { claim = Next(in); };
     steps["claim-sent"] = [this](In &in) { claimSent = Next(in); };
@@ -300,6 +321,14 @@ void Scenario::ScanSteps() {
     steps["start-up"] = [](In &) {
         k274::StartupChecks();
         k274::DeliverRaisedStates();
+    };
+    steps["decode"] = [](In &in) { K274_SetBcdOpt(NextAs<uint8_t>(in)); };
+    steps["barcode"] = [](In &) {
+        K274_Barcode record;
+        K274_GetBC(&record);
+        const std::string text(reinterpret_cast<const char *>(record.pdfText));
+        Tell('"' + text + "\" of " + std::to_string(record.pdfLength) + ", decoder " +
+             std::to_string(record.decoder));
     };
     steps["scan"] = [](In &) {
         k274::ScanSequence();

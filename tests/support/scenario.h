@@ -37,6 +37,8 @@ private:
     std::map<int, Fault> sendFaults, readFaults;  // by command
     std::map<int, std::map<size_t, int>> patches; // bytes of replies, by command
     std::map<int, size_t> lengths;                // of replies, by command
+    std::map<int, uint8_t> fills;                 // of image packets, by command
+    std::vector<std::string> barcodes;            // that the decoder finds, one after the other
     std::map<int, int> progress;                  // of the n-th image packet
     std::map<size_t, std::string> events;         // by the poll that they come with
     int packets = 0;                              // image packets so far
