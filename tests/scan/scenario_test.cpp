@@ -1,13 +1,16 @@
-// The scenarios of this folder and of the link's: what passes in scans, passes, polls and single exchanges.
+// All scenarios: what passes in scans, passes, polls, single exchanges and the workshop's commands.
 #include "tests/support/scenario.h"
 
 namespace {
 
 struct Scenarios : Scenario, testing::WithParamInterface<std::string> {};
 
-TEST_P(Scenarios, GoAsKept) { Play("scan/transcripts/" + GetParam() + ".txt"); }
+TEST_P(Scenarios, GoAsKept) { Play(GetParam()); }
 
-INSTANTIATE_TEST_SUITE_P(Scan, Scenarios, testing::ValuesIn(ScenariosIn("scan/transcripts")),
-                         [](const auto &scenario) { return scenario.param; });
+std::string NameOf(const testing::TestParamInfo<std::string> &file) {
+    return std::filesystem::path(file.param).stem().string();
+}
+INSTANTIATE_TEST_SUITE_P(Scan, Scenarios, testing::ValuesIn(ScenariosIn("scan/transcripts")), NameOf);
+INSTANTIATE_TEST_SUITE_P(Workshop, Scenarios, testing::ValuesIn(ScenariosIn("maint/transcripts")), NameOf);
 
 } // namespace

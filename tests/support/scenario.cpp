@@ -21,11 +21,13 @@
 #include "src/state/image_set.h"
 #include "src/state/monitor_record.h"
 #include "src/state/notify.h"
+#include "src/state/session.h"
 #include "tests/support/data.h"
 #include "tests/support/transcript.h"
 
 #include <algorithm>
 #include <filesystem>
+#include <fstream>
 
 namespace {
 
@@ -91,11 +93,14 @@ void Scenario::SetUp() {
     scanner.events.clear();
     scanner.polls = 0;
     Serve();
+    before = std::filesystem::current_path();
+    std::filesystem::current_path(folder);
     transcript::Begin(LogFile());
 }
 
 void Scenario::TearDown() {
     transcript::End();
+    std::filesystem::current_path(before);
     ScannerTest::TearDown();
 }
 
@@ -265,12 +270,7 @@ void Scenario::PassSteps() {
         k274::XfrMS();
         return true;
     });
-    steps["full-hires"] = [this](In &) { // which leaves its picture in the current folder
-        const auto before = std::filesystem::current_path();
-        std::filesystem::current_path(folder);
-        k274::Capture1200F();
-        std::filesystem::current_path(before);
-    };
+    steps["full-hires"] = [](In &) { k274::Capture1200F(); };
     steps["first-line"] = [](In &) {
         TellHex(K274_RdCcUv());
         TellFaults("pass untouched");
@@ -340,11 +340,64 @@ void Scenario::ScanSteps() {
     };
 }
 
+// What a workshop asks for.
+void Scenario::MaintenanceSteps() {
+    const auto program = [](int32_t (*run)(const char *)) {
+        return [run](In &in) { // a file's name, or none
+            const std::string path = Rest(in);
+            const int32_t result = run(path.empty() ? nullptr : path.c_str());
+            Tell(std::to_string(result) + ", hold-off " + std::to_string(state.firmwareHoldOff));
+            state.firmwareHoldOff = 0;
+        };
+    };
+    steps["program-firmware"] = program(K274_ProgFlash);
+    steps["program-fpga"] = program(K274_ProgFpga);
+    steps["program-fpga-unerased"] = program(K274_ProgFpgaEx);
+    steps["file"] = [](In &in) {
+        std::string name;
+        in >> name;
+        std::ofstream(name, std::ios::binary) << std::string(NextAs<size_t>(in), 'i');
+    };
+    steps["forget-versions"] = [](In &) { k274::session.version = {}; };
+    steps["hold-off"] = [](In &in) { state.firmwareHoldOff = NextAs<int32_t>(in); };
+    steps["sync-firmware"] = [](In &in) {
+        k274::session.status.device17 = NextAs<uint16_t>(in);
+        TellBool(k274::SyncFirmware());
+        Tell("hold-off " + std::to_string(state.firmwareHoldOff));
+    };
+    steps["format-flash"] = [](In &) { K274_FormatFlash(); };
+    steps["erase-fpga"] = [](In &) { K274_EraseFPGA(); };
+    steps["flash-block"] = [](In &in) {
+        uint8_t block[4096];
+        Tell(std::to_string(K274_RdFlashData(block, NextAs<uint16_t>(in))));
+    };
+    steps["save-response"] = [](In &in) {
+        const std::vector<uint8_t> response(18900, NextAs<uint8_t>(in));
+        Tell(std::to_string(K274_SaveWcc(response[0] ? response.data() : nullptr)));
+    };
+    steps["leds"] = [](In &in) {
+        const auto a = NextAs<uint8_t>(in), b = NextAs<uint8_t>(in);
+        K274_SetLEDs(a, b, NextAs<uint8_t>(in));
+    };
+    steps["led-aging"] = [](In &in) { K274_GuiLedAging(NextAs<uint8_t>(in)); };
+    steps["mechanism"] = [](In &in) {
+        const auto test = NextAs<uint8_t>(in);
+        const auto first = NextAs<uint32_t>(in);
+        K274_MechTest(test, first, NextAs<uint32_t>(in));
+    };
+    steps["usb-test"] = [](In &in) {
+        const auto number = NextAs<int32_t>(in);
+        const int32_t result = K274_UsbTest(number, NextAs<uint32_t>(in));
+        Tell(std::to_string(result) + ", count " + std::to_string(state.loopbackCount));
+    };
+}
+
 void Scenario::Play(const std::string &file) {
     ScannerSteps();
     TransportSteps();
     PassSteps();
     ScanSteps();
+    MaintenanceSteps();
     const std::string kept = FileText(K274_SOURCE_DIR "/tests/" + file);
     ASSERT_NE(kept, "") << file;
     std::istringstream lines(kept);
@@ -368,7 +421,7 @@ void Scenario::Play(const std::string &file) {
 std::vector<std::string> ScenariosIn(const std::string &folder) {
     std::vector<std::string> names;
     for (const auto &entry : std::filesystem::directory_iterator(K274_SOURCE_DIR "/tests/" + folder))
-        names.push_back(entry.path().stem().string());
+        names.push_back(folder + '/' + entry.path().filename().string());
     std::sort(names.begin(), names.end());
     return names;
 }

@@ -5,6 +5,7 @@
 
 #include "tests/support/library_fixture.h"
 
+#include <filesystem>
 #include <functional>
 #include <map>
 #include <sstream>
@@ -18,6 +19,8 @@ protected:
     void Play(const std::string &file);
 
 private:
+    std::filesystem::path before; // the current folder: scenarios play in one of their own
+
     struct Fault {
         int first, count;
         uint32_t status;
@@ -29,6 +32,7 @@ private:
     void TransportSteps();
     void PassSteps();
     void ScanSteps();
+    void MaintenanceSteps();
     void Serve();
     scripted::Reply Answer(const scripted::Sent &last, uint32_t size);
     uint32_t FaultOf(std::map<int, Fault> &faults, int code);
@@ -45,5 +49,5 @@ private:
     int64_t claim = -1, claimSent = -1;           // bytes that the driver says it has transferred
 };
 
-/// The scenarios of a folder under tests/, without their ending.
+/// The scenarios of a folder under tests/.
 std::vector<std::string> ScenariosIn(const std::string &folder);
