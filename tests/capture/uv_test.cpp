@@ -29,6 +29,22 @@ TEST(UvTest, WhiteLevelMedianAndGain) {
     }
 }
 
+// One bright line or column tells by itself whether it is sampled.
+TEST(UvTest, WhiteLevelLooksBesideTheGapOfTheSensor) {
+    const std::pair<int, bool> lines[] = {{136, false}, {140, true}, {1056, true}, {1060, false}};
+    const std::pair<int, bool> columns[] = {{35, false},  {40, true},  {650, true},  {655, false},
+                                            {755, false}, {760, true}, {1325, true}, {1330, false}};
+    const auto expectLevel = [](int firstLine, int lastLine, int firstColumn, int lastColumn, bool sampled) {
+        ColourImage image = UvImage(100);
+        image.Fill(firstLine, lastLine, firstColumn, lastColumn, 200);
+        EXPECT_EQ(UvWhiteLevel(image.View()).uvWhite, sampled ? 200 : 100) << firstLine << ' ' << firstColumn;
+    };
+    for (const auto &[line, sampled] : lines)
+        expectLevel(line, line, 0, kUvPixels - 1, sampled);
+    for (const auto &[column, sampled] : columns)
+        expectLevel(0, kUvLines - 1, column, column, sampled);
+}
+
 TEST(UvTest, BlackTable) {
     const std::tuple<int, float, std::vector<std::pair<size_t, int>>> cases[] = {
         {1, 1.9F, {{0, 0}, {1, 0}, {254, 253}, {255, 255}}},
