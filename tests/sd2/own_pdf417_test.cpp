@@ -27,8 +27,7 @@ bool Read(const SymbolRows &rows, Pdf417Read *read, const Stopwatch &watch = kAm
 
 TEST(OwnPdf417, Compactions) {
     for (const auto &c : Table("sd2/compactions.txt")) {
-        const auto numbers = Numbers(c[2]);
-        const std::vector<int> data(numbers.begin(), numbers.end());
+        const std::vector<int> data = Ints(c[2]);
         std::vector<int> words{static_cast<int>(data.size()) + 1};
         words.insert(words.end(), data.begin(), data.end());
         std::string bytes;

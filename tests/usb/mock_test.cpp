@@ -2,6 +2,7 @@
 // fail, hosts that open and close meanwhile. The suite of all drivers runs here, too.
 #include "tests/drivers/contract.h"
 #include "tests/scanner/firmware/host.h"
+#include "tests/support/data.h"
 #include "tests/usb/mock_bus.h"
 
 #include <gmock/gmock.h>
@@ -13,7 +14,6 @@
 #include <chrono>
 #include <cstring>
 #include <filesystem>
-#include <future>
 #include <optional>
 #include <random>
 #include <thread>
@@ -104,21 +104,11 @@ TEST_F(Usb, CommandsAreMadeOfPiecesWithoutScatterGatherAlone) {
 
 TEST_F(Usb, AResetEndsTransfers) {
     for (const int error : {0, ENODEV}) { // with it comes back as another device
-        uint32_t status = kBadHandle;
-        for (int attempt = 0; attempt < 50 && status == kBadHandle; attempt++) {
-            Host host;
-            ASSERT_TRUE(host.WaitForNews(1, 0));
-            void *const device = host.device;
-            auto transfer = std::async(std::launch::async, [device] {
-                Bytes buffer(40000);
-                return WDU_TransferBulk(device, kIn, 1, 0, buffer.data(), 40000, nullptr, 30000);
-            });
-            EXPECT_EQ(transfer.wait_for(std::chrono::milliseconds(10)), std::future_status::timeout);
+        const uint32_t status = InterruptedRead([this, error](Host &host) {
             port.behaviour.resetError = error;
-            EXPECT_EQ(WDU_ResetDevice(device, 1), error == 0 ? 0 : kGone);
+            EXPECT_EQ(WDU_ResetDevice(host.lastDevice, 1), error == 0 ? 0 : kGone);
             port.behaviour.resetError = 0;
-            status = transfer.get();
-        }
+        });
         EXPECT_EQ(status, kCanceled) << error;
     }
 }
@@ -218,30 +208,6 @@ TEST_F(Usb, OneThatIsNotReadyYetIsAwaited) {
 
 TEST_F(Usb, DescriptorsAreNotTrusted) {
     const Bytes good = Port::AllDescriptors();
-    constexpr size_t kConfig = 18, kInterface = kConfig + 9, kOutPipe = kInterface + 9,
-                     kInPipe = kOutPipe + 7;
-    const struct {
-        size_t at;
-        uint8_t value;
-        bool attaches;
-    } changes[] = {{kConfig + 4, 0, false},
-                   {kConfig + 4, 255, false},
-                   {kConfig + 2, 20, false},
-                   {kConfig + 0, 0, false},
-                   {kInterface + 0, 0, false},
-                   {kInterface + 2, 40, false},
-                   {kInterface + 2, 3, true},
-                   {kInterface + 4, 1, false},
-                   {kInterface + 4, 255, false},
-                   {kInterface + 5, 3, false},
-                   {kInterface + 7, 1, false},
-                   {kOutPipe + 2, 0x03, false},
-                   {kOutPipe + 3, 3, false},
-                   {kInPipe + 0, 200, false},
-                   {kInPipe + 2, 0x82, false},
-                   {8, 1, false},
-                   {10, 1, false},
-                   {4, 9, true}};
     const auto attaches = [this](const Bytes &descriptors, bool *attached) {
         port.descriptors = descriptors;
         VS_Unplug();
@@ -255,11 +221,13 @@ TEST_F(Usb, DescriptorsAreNotTrusted) {
         });
     };
     bool attached = false;
-    for (const auto &c : changes) {
+    for (const auto &row : Table("usb/descriptors.txt")) {
+        int base = 0, offset = 0, value = 0;
+        Take(row[1], base, offset, value);
         Bytes bad = good;
-        bad[c.at] = c.value;
+        bad.at(static_cast<size_t>(base + offset)) = static_cast<uint8_t>(value);
         attaches(bad, &attached);
-        EXPECT_EQ(attached, c.attaches) << "byte " << c.at << " is " << +c.value;
+        EXPECT_EQ(attached, row[2] == "attaches") << testing::PrintToString(row);
     }
     for (const size_t size : {size_t{0}, size_t{17}, size_t{18}, size_t{30}, good.size() - 1}) {
         attaches(Bytes(good.begin(), good.begin() + static_cast<ptrdiff_t>(size)), &attached);
@@ -269,7 +237,7 @@ TEST_F(Usb, DescriptorsAreNotTrusted) {
     for (int k = 0; k < 10; k++) {
         Bytes bad = good;
         for (int n = 0; n < 4; n++)
-            bad[kConfig + random() % (bad.size() - kConfig)] = static_cast<uint8_t>(random());
+            bad[18 + random() % (bad.size() - 18)] = static_cast<uint8_t>(random()); // behind the device's
         attaches(bad, &attached);
     }
     port.descriptors = good;

@@ -2,6 +2,7 @@
 #include "host.h"
 
 #include <cstdlib>
+#include <future>
 
 namespace wire {
 namespace {
@@ -80,6 +81,24 @@ bool Host::WaitForNews(int attachCount, int detachCount) {
     return changed.wait_for(lock, std::chrono::seconds(20),
                             [&] { return attaches >= attachCount && detaches >= detachCount; }) &&
            attaches == attachCount && detaches == detachCount;
+}
+
+uint32_t InterruptedRead(const std::function<void(Host &)> &interrupt) {
+    uint32_t status = kBadHandle;
+    for (int attempt = 0; attempt < 50 && status == kBadHandle; attempt++) {
+        VS_PlugIn();
+        Host host;
+        EXPECT_TRUE(host.WaitForNews(1, 0));
+        void *const device = host.device;
+        auto transfer = std::async(std::launch::async, [device] {
+            Bytes buffer(40000);
+            return WDU_TransferBulk(device, kIn, 1, 0, buffer.data(), 40000, nullptr, 30000);
+        });
+        EXPECT_EQ(transfer.wait_for(std::chrono::milliseconds(10)), std::future_status::timeout);
+        interrupt(host);
+        status = transfer.get();
+    }
+    return status;
 }
 
 void ScannerTest::SetUp() {

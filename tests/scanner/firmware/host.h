@@ -55,6 +55,11 @@ public:
     const std::function<void(Host &)> onAttach;
 };
 
+/// How a read ends of which nothing comes and that something interrupts, long before its time. On a busy
+/// machine the reading thread may be late and find the driver closed already; that shows nothing, so it is
+/// tried once more.
+uint32_t InterruptedRead(const std::function<void(Host &)> &interrupt);
+
 /// A scanner without a past: switched on anew, no faults, no cards, speed 0.
 class ScannerTest : public testing::Test {
 protected:
