@@ -2,7 +2,7 @@
 # by a link of its own, because the rest of /usr/include belongs to another system then.
 set(headers ${CMAKE_BINARY_DIR}/headers)
 file(MAKE_DIRECTORY ${headers})
-foreach(header CLI/CLI.hpp nlohmann/json.hpp stb/stb_image.h)
+foreach(header CLI/CLI.hpp kainjow/mustache.hpp nlohmann/json.hpp stb/stb_image.h)
     get_filename_component(folder ${header} DIRECTORY)
     find_path(K274_HEADERS_${folder} ${header} PATHS /usr/include NO_CMAKE_FIND_ROOT_PATH REQUIRED)
     file(CREATE_LINK ${K274_HEADERS_${folder}}/${folder} ${headers}/${folder} SYMBOLIC)

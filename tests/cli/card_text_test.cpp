@@ -1,8 +1,8 @@
 // Texts from cards, which may hold anything.
 #include <gmock/gmock.h>
 
-#include "tools/k274/licence_elements.h"
-#include "tools/k274/text.h"
+#include "tools/k274/base/text.h"
+#include "tools/k274/facts/licence_elements.h"
 
 namespace host {
 namespace {

@@ -4,12 +4,13 @@
 #include <nlohmann/json.hpp>
 
 #include "include/k274.h"
+#include "tools/k274/base/errors.h"
+#include "tools/k274/base/hex.h"
+#include "tools/k274/base/output.h"
+#include "tools/k274/base/text.h"
 #include "tools/k274/commands/commands.h"
-#include "tools/k274/commands/maintenance.h"
-#include "tools/k274/errors.h"
-#include "tools/k274/files.h"
-#include "tools/k274/output.h"
-#include "tools/k274/text.h"
+#include "tools/k274/commands/maint.h"
+#include "tools/k274/files/files.h"
 
 namespace host {
 

@@ -5,14 +5,14 @@
 #include <nlohmann/json.hpp>
 
 #include "include/k274.h"
+#include "tools/k274/base/errors.h"
+#include "tools/k274/base/output.h"
+#include "tools/k274/base/states.h"
 #include "tools/k274/commands/commands.h"
-#include "tools/k274/commands/maintenance.h"
-#include "tools/k274/errors.h"
-#include "tools/k274/files.h"
-#include "tools/k274/following.h"
-#include "tools/k274/measures.h"
-#include "tools/k274/output.h"
-#include "tools/k274/states.h"
+#include "tools/k274/commands/maint.h"
+#include "tools/k274/facts/measures.h"
+#include "tools/k274/files/files.h"
+#include "tools/k274/scan/following.h"
 
 namespace host {
 
@@ -57,7 +57,7 @@ int32_t Outcome(Session &session, Output &output, const ScanRecord &record) {
         return 0;
     const Clock::time_point deadline = Clock::now() + kOutcome;
     while (const std::optional<Event> event = session.Next(deadline)) {
-        output.State(*event);
+        output.State(event->state, event->time);
         if (IsOutcome(event->state))
             return event->state;
     }

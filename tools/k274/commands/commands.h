@@ -4,7 +4,7 @@
 
 #include <functional>
 
-#include "tools/k274/options.h"
+#include "tools/k274/base/options.h"
 
 namespace CLI {
 class App;
@@ -30,7 +30,7 @@ void AddEject(CLI::App &app, const Options &options, Command &chosen);
 void AddProgramming(CLI::App &app, const Options &options, Command &chosen);
 void AddAreas(CLI::App &app, const Options &options, Command &chosen);
 void AddRegisters(CLI::App &app, const Options &options, Command &chosen);
-void AddWorkshop(CLI::App &app, const Options &options, Command &chosen);
+void AddRequests(CLI::App &app, const Options &options, Command &chosen);
 void AddImages(CLI::App &app, const Options &options, Command &chosen);
 void AddCalibrate(CLI::App &app, const Options &options, Command &chosen);
 void AddSelftest(CLI::App &app, const Options &options, Command &chosen);

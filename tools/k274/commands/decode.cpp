@@ -4,12 +4,12 @@
 #include <nlohmann/json.hpp>
 
 #include "include/k274.h"
-#include "tools/k274/carddata.h"
+#include "tools/k274/base/errors.h"
+#include "tools/k274/base/output.h"
 #include "tools/k274/commands/commands.h"
-#include "tools/k274/errors.h"
-#include "tools/k274/files.h"
-#include "tools/k274/output.h"
-#include "tools/k274/picture.h"
+#include "tools/k274/facts/carddata.h"
+#include "tools/k274/files/files.h"
+#include "tools/k274/files/picture.h"
 
 namespace host {
 

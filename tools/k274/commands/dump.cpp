@@ -7,11 +7,11 @@
 #include <system_error>
 
 #include "include/k274.h"
+#include "tools/k274/base/errors.h"
+#include "tools/k274/base/output.h"
+#include "tools/k274/base/system.h"
 #include "tools/k274/commands/commands.h"
-#include "tools/k274/errors.h"
-#include "tools/k274/following.h"
-#include "tools/k274/output.h"
-#include "tools/k274/system.h"
+#include "tools/k274/scan/following.h"
 
 namespace host {
 

@@ -3,10 +3,10 @@
 #include <nlohmann/json.hpp>
 
 #include "include/k274.h"
+#include "tools/k274/base/errors.h"
+#include "tools/k274/base/output.h"
 #include "tools/k274/commands/commands.h"
-#include "tools/k274/errors.h"
-#include "tools/k274/output.h"
-#include "tools/k274/session.h"
+#include "tools/k274/scan/session.h"
 
 namespace host {
 

@@ -7,13 +7,14 @@
 #include <system_error>
 
 #include "include/k274.h"
+#include "tools/k274/base/errors.h"
+#include "tools/k274/base/output.h"
 #include "tools/k274/commands/commands.h"
-#include "tools/k274/commands/maintenance.h"
-#include "tools/k274/errors.h"
-#include "tools/k274/files.h"
-#include "tools/k274/following.h"
-#include "tools/k274/output.h"
-#include "tools/k274/png.h"
+#include "tools/k274/commands/maint.h"
+#include "tools/k274/commands/still.h"
+#include "tools/k274/files/files.h"
+#include "tools/k274/files/png.h"
+#include "tools/k274/scan/following.h"
 
 namespace host {
 
@@ -23,25 +24,11 @@ namespace fs = std::filesystem;
 using nlohmann::ordered_json;
 
 constexpr int kStillWidth = K274_STILL_BYTES / K274_STILL_LINES / 3;
-constexpr const char *kProfiles[] = {"blue A", "green A", "red A", "red B", "blue C", "green C"};
 constexpr int kFocusLines = 10, kFocusWidth = K274_FOCUS_BYTES / kFocusLines;
 constexpr int kShortLines = 1370;
 constexpr int32_t kShortMode = 1, kWholeMode = 2;
 constexpr const char *kWholeFile = "K274_1100FR.bmp";
 constexpr int kGoodJitter = 50, kBadJitter = 100;
-
-const char *VerdictWord(int32_t verdict) {
-    switch (verdict) {
-    case 2:
-        return "perfect";
-    case 1:
-        return "good";
-    case 0:
-        return "acceptable";
-    default:
-        return "failed";
-    }
-}
 
 void Still(const Options &options, const std::string &out, Output &output) {
     if (!out.empty())
@@ -54,10 +41,11 @@ void Still(const Options &options, const std::string &out, Output &output) {
     const K274_StillResult &result = still.result;
     for (size_t i = 0; i < K274_STILL_PROFILES; ++i) {
         char line[120];
-        std::snprintf(line, sizeof line, "%-16s  mean %d / %d, from %d to %d / %d to %d, defects %d / %d",
-                      kProfiles[i], result.means[i][0], result.means[i][1], result.floors[i][0],
-                      result.peaks[i][0], result.floors[i][1], result.peaks[i][1], result.defects[i][0],
-                      result.defects[i][1]);
+        std::snprintf(
+            line, sizeof line, "%-16s  mean %d / %d, from %d to %d / %d to %d, defects %d / %d",
+            still.description.at("profiles").at(i).at("name").get_ref<const std::string &>().c_str(),
+            result.means[i][0], result.means[i][1], result.floors[i][0], result.peaks[i][0],
+            result.floors[i][1], result.peaks[i][1], result.defects[i][0], result.defects[i][1]);
         output.Note(line);
     }
     const auto number = [](int32_t value) { return std::to_string(value); };
@@ -67,7 +55,7 @@ void Still(const Options &options, const std::string &out, Output &output) {
                 " of 100");
     output.Note("segments          " + number(result.segmentScores[0]) + " " +
                 number(result.segmentScores[1]) + " " + number(result.segmentScores[2]) + " of 100");
-    output.Note(std::string("verdict           ") + VerdictWord(result.verdict));
+    output.Note("verdict           " + still.description.at("verdictName").get<std::string>());
     WriteResult(out, "still.json", still.description,
                 {{"still.png", EncodePng(still.pixels.data(), kStillWidth, K274_STILL_LINES, 3)}}, output);
     ordered_json object = still.description;
@@ -213,40 +201,6 @@ void Jitter(const Options &options, const JitterOptions &chosen, Output &output)
 }
 
 } // namespace
-
-StillImage TakeStill() {
-    StillImage still = {std::vector<uint8_t>(K274_STILL_BYTES), {}, {}};
-    if (K274_StillImage(still.pixels.data()) != 0)
-        NoAnswer("still image");
-    K274_SiDat(&still.result);
-    const K274_StillResult &result = still.result;
-    std::vector<uint8_t> profiles(size_t{K274_STILL_PROFILES} * K274_RESP_POSITIONS);
-    K274_SiAry(profiles.data());
-    ordered_json rows = ordered_json::array();
-    for (size_t i = 0; i < K274_STILL_PROFILES; ++i) {
-        const auto begin = profiles.begin() + static_cast<std::ptrdiff_t>(i * K274_RESP_POSITIONS);
-        rows.push_back({{"name", kProfiles[i]},
-                        {"mean", result.means[i]},
-                        {"lowest", result.floors[i]},
-                        {"highest", result.peaks[i]},
-                        {"defects", result.defects[i]},
-                        {"values", std::vector<int>(begin, begin + K274_RESP_POSITIONS)}});
-    }
-    ordered_json summary = {{"verdict", result.verdict},
-                            {"verdictName", VerdictWord(result.verdict)},
-                            {"noise", result.noise},
-                            {"darkSamples", result.darkCount},
-                            {"steps", {{"A", result.stepsA}, {"C", result.stepsC}}},
-                            {"balance", {result.balance[0], result.balance[1], result.balance[2]}},
-                            {"ranges", {result.rangeA, result.rangeB, result.rangeC}},
-                            {"edges", result.edges},
-                            {"widthDifference", result.widthDifference},
-                            {"sideScores", result.sideScores},
-                            {"segmentScores", result.segmentScores},
-                            {"profiles", rows}};
-    still.description = std::move(summary);
-    return still;
-}
 
 void AddImages(CLI::App &app, const Options &options, Command &chosen) {
     const auto folder = [](CLI::App &command, std::string &out) {

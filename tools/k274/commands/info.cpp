@@ -3,12 +3,12 @@
 #include <nlohmann/json.hpp>
 
 #include "include/k274.h"
+#include "tools/k274/base/output.h"
 #include "tools/k274/commands/commands.h"
-#include "tools/k274/commands/maintenance.h"
-#include "tools/k274/output.h"
-#include "tools/k274/records.h"
-#include "tools/k274/session.h"
-#include "tools/k274/virtual_device.h"
+#include "tools/k274/commands/maint.h"
+#include "tools/k274/facts/records.h"
+#include "tools/k274/scan/session.h"
+#include "tools/k274/scan/virtual_device.h"
 
 namespace host {
 

@@ -3,12 +3,12 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
+#include "tools/k274/base/errors.h"
+#include "tools/k274/base/output.h"
 #include "tools/k274/commands/commands.h"
-#include "tools/k274/errors.h"
-#include "tools/k274/files.h"
-#include "tools/k274/output.h"
-#include "tools/k274/package.h"
-#include "tools/k274/summary.h"
+#include "tools/k274/facts/summary.h"
+#include "tools/k274/files/files.h"
+#include "tools/k274/files/package.h"
 
 namespace host {
 

@@ -5,13 +5,14 @@
 #include <nlohmann/json.hpp>
 
 #include "include/k274.h"
+#include "tools/k274/base/errors.h"
+#include "tools/k274/base/hex.h"
+#include "tools/k274/base/output.h"
+#include "tools/k274/base/text.h"
 #include "tools/k274/commands/commands.h"
-#include "tools/k274/commands/maintenance.h"
-#include "tools/k274/errors.h"
-#include "tools/k274/files.h"
-#include "tools/k274/output.h"
-#include "tools/k274/records.h"
-#include "tools/k274/text.h"
+#include "tools/k274/commands/maint.h"
+#include "tools/k274/facts/records.h"
+#include "tools/k274/files/files.h"
 
 namespace host {
 
@@ -57,7 +58,7 @@ template <typename Start>
 void Program(const Options &options, Output &output, const char *event, const char *file, Start start) {
     K274_AutoFwUpgrade(0); // the image that was asked for stays
     Session session(options, output);
-    session.WaitOnline(Deadline(MaintenanceTimeout(options)));
+    session.WaitOnline(Deadline(MaintTimeout(options)));
     const K274_Version before = ReadVersions(session);
     session.ShowUntil(session.Start() + kUntilNotices);
     RequireNoCard();
@@ -81,7 +82,7 @@ void Program(const Options &options, Output &output, const char *event, const ch
             throw HostError(Exit::kTimeout,
                             "the scanner did not restart: unplug it, connect it again and look "
                             "at its versions with k274 info");
-        output.State(*next);
+        output.State(next->state, next->time);
         restarted = next->state == K274_STATE_DEVICE_RESET;
     }
     output.Pending(nullptr);

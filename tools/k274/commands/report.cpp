@@ -4,11 +4,11 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
+#include "tools/k274/base/errors.h"
+#include "tools/k274/base/output.h"
 #include "tools/k274/commands/commands.h"
-#include "tools/k274/errors.h"
-#include "tools/k274/files.h"
-#include "tools/k274/output.h"
-#include "tools/k274/package.h"
+#include "tools/k274/files/files.h"
+#include "tools/k274/files/package.h"
 #include "tools/k274/report/report.h"
 
 namespace host {

@@ -3,10 +3,10 @@
 #include <nlohmann/json.hpp>
 
 #include "include/k274.h"
+#include "tools/k274/base/errors.h"
+#include "tools/k274/base/output.h"
 #include "tools/k274/commands/commands.h"
-#include "tools/k274/errors.h"
-#include "tools/k274/output.h"
-#include "tools/k274/session.h"
+#include "tools/k274/scan/session.h"
 
 namespace host {
 
@@ -26,7 +26,7 @@ void Reset(const Options &options, Output &output) {
     const Clock::time_point deadline = Deadline(timeout);
     bool lost = false;
     while (const std::optional<Event> event = session.Next(deadline)) {
-        output.State(*event);
+        output.State(event->state, event->time);
         lost = lost || event->state == K274_STATE_DISCONNECTED;
         // A scanner that leaves the bus while it restarts is back with state 10.
         if (event->state == K274_STATE_DEVICE_RESET || (lost && event->state == K274_STATE_CONNECTED)) {

@@ -7,12 +7,13 @@
 #include <cstdlib>
 #include <nlohmann/json.hpp>
 
-#include "tools/k274/errors.h"
-#include "tools/k274/output.h"
-#include "tools/k274/records.h"
+#include "tools/k274/base/errors.h"
+#include "tools/k274/base/output.h"
+#include "tools/k274/base/states.h"
+#include "tools/k274/facts/records.h"
+#include "tools/k274/facts/summary.h"
 #include "tools/k274/report/report.h"
-#include "tools/k274/states.h"
-#include "tools/k274/summary.h"
+#include "wire/status.h"
 
 namespace host {
 
@@ -65,7 +66,7 @@ void Scanning::Run() {
                                       "is scanned first");
     PrepareFolder(scan_.out); // a card must not be scanned for nothing
     SessionSettings settings;
-    settings.scanMode = scan_.Full() ? uint8_t{0} : kScanModeRgb;
+    settings.scanMode = scan_.Full() ? uint8_t{0} : wire::kVisibleLightOnly;
     settings.capture = true;
     settings.barcodes = !scan_.noBarcodes;
     settings.decodeMode = scan_.decodeMode;

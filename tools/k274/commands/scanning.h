@@ -3,11 +3,11 @@
 
 #include <string>
 
-#include "tools/k274/following.h"
-#include "tools/k274/log_excerpt.h"
-#include "tools/k274/options.h"
-#include "tools/k274/package.h"
-#include "tools/k274/processing.h"
+#include "tools/k274/base/options.h"
+#include "tools/k274/files/package.h"
+#include "tools/k274/scan/following.h"
+#include "tools/k274/scan/log_excerpt.h"
+#include "tools/k274/scan/processing.h"
 
 namespace CLI {
 class App;

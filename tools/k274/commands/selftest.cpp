@@ -6,13 +6,15 @@
 #include <nlohmann/json.hpp>
 
 #include "include/k274.h"
+#include "tools/k274/base/errors.h"
+#include "tools/k274/base/output.h"
 #include "tools/k274/commands/commands.h"
-#include "tools/k274/commands/maintenance.h"
-#include "tools/k274/errors.h"
-#include "tools/k274/following.h"
-#include "tools/k274/measures.h"
-#include "tools/k274/output.h"
-#include "tools/k274/records.h"
+#include "tools/k274/commands/loopback.h"
+#include "tools/k274/commands/maint.h"
+#include "tools/k274/commands/still.h"
+#include "tools/k274/facts/measures.h"
+#include "tools/k274/facts/records.h"
+#include "tools/k274/scan/following.h"
 
 namespace host {
 
@@ -71,7 +73,7 @@ void Check(const Options &options, bool withCard, Output &output) {
     settings.capture = true;
     settings.barcodes = false;
     Session session(options, output, settings);
-    session.WaitOnline(Deadline(MaintenanceTimeout(options)));
+    session.WaitOnline(Deadline(MaintTimeout(options)));
     const K274_Version version = ReadVersions(session);
     RequireNoCard();
     Verdicts verdicts(output);

@@ -10,12 +10,13 @@
 
 #include "platform/recording/commands.h"
 #include "platform/recording/recording.h"
+#include "tools/k274/base/errors.h"
+#include "tools/k274/base/hex.h"
+#include "tools/k274/base/output.h"
+#include "tools/k274/base/text.h"
 #include "tools/k274/commands/commands.h"
-#include "tools/k274/commands/maintenance.h"
-#include "tools/k274/errors.h"
-#include "tools/k274/output.h"
-#include "tools/k274/packet_fields.h"
-#include "tools/k274/text.h"
+#include "tools/k274/commands/maint.h"
+#include "tools/k274/facts/packet_fields.h"
 #include "wire/commands.h"
 
 namespace host {
@@ -35,10 +36,9 @@ struct TraceOptions {
 };
 
 std::optional<uint8_t> FindCommand(const std::string &text) {
-    for (int code = 0; code < 256; ++code) {
-        const char *name = wire::CommandName(static_cast<uint8_t>(code));
-        if (name != nullptr && text == name)
-            return static_cast<uint8_t>(code);
+    for (const wire::NamedCommand &command : wire::kCommands) {
+        if (text == command.name)
+            return command.code;
     }
     char *end = nullptr;
     const long code = std::strtol(text.c_str(), &end, 0);

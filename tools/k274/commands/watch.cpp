@@ -3,11 +3,11 @@
 #include <memory>
 
 #include "include/k274.h"
+#include "tools/k274/base/errors.h"
+#include "tools/k274/base/output.h"
 #include "tools/k274/commands/commands.h"
-#include "tools/k274/errors.h"
-#include "tools/k274/output.h"
-#include "tools/k274/session.h"
-#include "tools/k274/virtual_device.h"
+#include "tools/k274/scan/session.h"
+#include "tools/k274/scan/virtual_device.h"
 
 namespace host {
 
@@ -27,7 +27,7 @@ void Watch(const Options &options, int count, Output &output) {
             ++inserted;
         const std::optional<Event> event = session.Next(std::min(deadline, Clock::now() + kSlotPoll));
         if (event) {
-            output.State(*event);
+            output.State(event->state, event->time);
             ++shown;
             if (event->state == K274_STATE_CONNECTED || event->state == K274_STATE_DISCONNECTED)
                 online = event->state == K274_STATE_CONNECTED;

@@ -1,15 +1,16 @@
-// A set of response curves as an SVG drawing with axes and legend.
+// A set of response curves for the template of a drawing.
 #pragma once
 
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <vector>
 
-#include "tools/k274/curves.h"
+#include "tools/k274/facts/curves.h"
 
 namespace host {
 
 /// @param title what the curves show, for a caption and for readers that do not see them
-std::string PlotCurves(const std::vector<Curve> &curves, const std::string &title);
+nlohmann::ordered_json Plot(const std::vector<Curve> &curves, const std::string &title);
 
 /// Whether any of them has a value.
 bool HasValues(const std::vector<Curve> &curves);

@@ -1,19 +1,16 @@
-// Fills the page: every value on it is escaped here or in the file that makes its section.
+// Puts the values of the page together.
 #include "tools/k274/report/report.h"
 
-#include <algorithm>
-#include <cstring>
-#include <map>
-#include <string_view>
+#include <utility>
 
-#include "tools/k274/errors.h"
-#include "tools/k274/picture.h"
-#include "tools/k274/png.h"
+#include "tools/k274/base/errors.h"
+#include "tools/k274/base/text.h"
+#include "tools/k274/files/picture.h"
+#include "tools/k274/files/png.h"
+#include "tools/k274/report/maint.h"
 #include "tools/k274/report/plot.h"
+#include "tools/k274/report/render.h"
 #include "tools/k274/report/sections.h"
-#include "tools/k274/report/templates.h"
-#include "tools/k274/report/workshop.h"
-#include "tools/k274/text.h"
 
 namespace host {
 
@@ -46,86 +43,49 @@ std::string TitleOf(const std::string &name) {
     return name;
 }
 
-std::string Figure(const PackedImage &image, bool asJpeg) {
-    const std::string title = EscapeHtml(TitleOf(image.name));
-    const std::string size = std::to_string(image.width) + " &times; " + std::to_string(image.height);
-    std::string source = "data:image/png;base64,";
-    if (asJpeg) {
-        const Picture picture = DecodePng(image.png, image.name);
-        const std::vector<uint8_t> jpeg =
-            EncodeJpeg(picture.pixels.data(), picture.width, picture.height, picture.channels, kJpegQuality);
-        source = "data:image/jpeg;base64," + Base64(jpeg.data(), jpeg.size());
-    } else {
-        source += Base64(image.png.data(), image.png.size());
-    }
-    return "<figure><button type=\"button\" aria-label=\"Enlarge: " + title + "\"><img alt=\"" + title +
-           " of the card\" width=\"" + std::to_string(image.width) + "\" height=\"" +
-           std::to_string(image.height) + "\" src=\"" + source + "\"></button><figcaption>" + title + ", " +
-           size + " pixels</figcaption></figure>\n";
+std::string SourceOf(const PackedImage &image, bool asJpeg) {
+    if (!asJpeg)
+        return "data:image/png;base64," + Base64(image.png.data(), image.png.size());
+    const Picture picture = DecodePng(image.png, image.name);
+    const std::vector<uint8_t> jpeg =
+        EncodeJpeg(picture.pixels.data(), picture.width, picture.height, picture.channels, kJpegQuality);
+    return "data:image/jpeg;base64," + Base64(jpeg.data(), jpeg.size());
 }
 
-struct Images {
-    std::string html, note;
-};
-
-Images ImageSection(const Package &package) {
+void AddImages(const Package &package, ordered_json &page) {
     size_t total = 0;
     for (const PackedImage &image : package.images)
         total += image.png.size();
     const bool tooLarge = total > kMostPngBytes;
-    Images images;
+    ordered_json images = ordered_json::array();
     for (const PackedImage &image : package.images)
-        images.html += Figure(image, tooLarge && image.png.size() > kSmallPngBytes);
-    if (tooLarge)
-        images.note =
-            "<p class=\"soft\">The larger images are compressed here; the exact ones are in the files "
-            "of the scan.</p>";
-    return images;
+        images.push_back({{"title", TitleOf(image.name)},
+                          {"width", image.width},
+                          {"height", image.height},
+                          {"source", SourceOf(image, tooLarge && image.png.size() > kSmallPngBytes)}});
+    page["images"] = std::move(images);
+    page["compressed"] = tooLarge;
 }
 
-std::string ResponseSection(const Curves &curves) {
-    std::string html;
+ordered_json Responses(const Curves &curves) {
+    ordered_json plots = ordered_json::array();
     if (HasValues(curves.raw))
-        html += PlotCurves(curves.raw, "Before correction");
+        plots.push_back(Plot(curves.raw, "Before correction"));
     if (HasValues(curves.corrected))
-        html += PlotCurves(curves.corrected, "After correction");
-    return html.empty() ? "<p class=\"soft\">No response was kept.</p>\n" : html;
-}
-
-/// Puts the values in the place of {{name}}; what they contain is not looked at.
-std::string Fill(std::string_view page, const std::map<std::string, std::string> &values) {
-    std::string filled;
-    for (;;) {
-        const size_t begin = page.find("{{");
-        filled += page.substr(0, begin);
-        if (begin == std::string_view::npos)
-            return filled;
-        const size_t end = page.find("}}", begin);
-        filled += values.at(std::string(page.substr(begin + 2, end - begin - 2)));
-        page.remove_prefix(end + 2);
-    }
+        plots.push_back(Plot(curves.corrected, "After correction"));
+    return plots;
 }
 
 } // namespace
 
 std::string BuildReport(const Package &package) {
     try {
-        const ordered_json &scan = package.description;
-        Images images = ImageSection(package);
-        return Fill(kPageHtml, {{"style", kPageCss},
-                                {"script", kPageJs},
-                                {"title", EscapeHtml(TitleLine(scan))},
-                                {"verdict", VerdictLine(scan)},
-                                {"facts", FactItems(scan)},
-                                {"images", std::move(images.html)},
-                                {"imagesNote", std::move(images.note)},
-                                {"stripe", StripeSection(scan)},
-                                {"barcodes", BarcodeSection(scan)},
-                                {"measures", MeasureRows(scan)},
-                                {"measuresNote", MeasuresNote(scan)},
-                                {"responses", ResponseSection(package.curves)},
-                                {"course", CourseSection(scan, package.log)},
-                                {"workshop", WorkshopSection(package.workshop)}});
+        ordered_json page;
+        AddSections(package.description, package.log, page);
+        AddImages(package, page);
+        page["plots"] = Responses(package.curves);
+        page["maint"] = MaintSection(package.maint);
+        return RenderPage(page);
     } catch (const ordered_json::exception &) {
         throw HostError(Exit::kBadFile, "the scan's description is incomplete: scan the card again");
     }

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "tools/k274/package.h"
+#include "tools/k274/files/package.h"
 
 namespace host {
 

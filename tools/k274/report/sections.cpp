@@ -1,13 +1,12 @@
-// Tables and lists of a report.
+// Values for the head, the tables and the lists of a report.
 #include "tools/k274/report/sections.h"
 
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
-#include "tools/k274/report/html.h"
-#include "tools/k274/states.h"
-#include "tools/k274/summary.h"
-#include "tools/k274/text.h"
+#include "tools/k274/base/states.h"
+#include "tools/k274/base/text.h"
+#include "tools/k274/facts/summary.h"
 
 namespace host {
 
@@ -38,25 +37,34 @@ std::string Shown(const ordered_json &text) {
     return html;
 }
 
-std::string Fact(const char *name, const std::string &value) {
-    return value.empty()
-               ? ""
-               : std::string("<div><dt>") + name + "</dt><dd>" + EscapeHtml(value) + "</dd></div>\n";
+void AddFact(ordered_json &facts, const char *name, const std::string &value) {
+    if (!value.empty())
+        facts.push_back({{"name", name}, {"value", value}});
 }
 
-std::string Milliseconds(const ordered_json &number) { return std::to_string(number.get<int64_t>()); }
-
-std::string TrackState(const ordered_json &track) {
-    if (track.at("characters") == 0)
-        return track.at("bits") == 0 ? "nothing on it" : "not readable";
-    return track.at("error") == 0 ? Verdict("good", "good") : Verdict("bad", "damaged, the text ends there");
+ordered_json Tracks(const ordered_json &scan) {
+    ordered_json tracks = ordered_json::array();
+    for (const ordered_json &track : scan.at("stripe")) {
+        const bool empty = track.at("characters") == 0;
+        const char *state = !empty ? "" : track.at("bits") == 0 ? "nothing on it" : "not readable";
+        tracks.push_back(
+            {{"track", track.at("track")},
+             {"content", Shown(track.at("text"))},
+             {"state", state},
+             {"verdict", empty                    ? ordered_json()
+                         : track.at("error") == 0 ? Verdict("good", "good")
+                                                  : Verdict("bad", "damaged, the text ends there")},
+             {"characters", track.at("characters")},
+             {"bits", track.at("bits")}});
+    }
+    return tracks;
 }
 
-std::string CodeTable(const ordered_json &code, const ordered_json &barcodes) {
-    std::string rows = RowHead("Text") + Cell(Shown(code.at("text")), "text") + "</tr>\n";
+ordered_json Code(const ordered_json &code, const ordered_json &barcodes) {
+    ordered_json properties = ordered_json::array();
     const auto add = [&](const char *name, const ordered_json &value, const char *unit = "") {
         if (!value.is_null())
-            rows += RowHead(name) + Cell(EscapeHtml(Plain(value) + unit)) + "</tr>\n";
+            properties.push_back({{"name", name}, {"value", Plain(value) + unit}});
     };
     add("Length", code.at("length"), " bytes");
     add("Rows", code.value("rows", ordered_json()));
@@ -67,104 +75,93 @@ std::string CodeTable(const ordered_json &code, const ordered_json &barcodes) {
     add("Orientation", barcodes.value("orientation", ordered_json()));
     add("Read by decoder", barcodes.value("decoder", ordered_json()));
     add("Time", barcodes.at("durationMs"), " ms");
-    return Table(EscapeHtml(code.at("symbology")), {"Property", "Value"}, rows);
+    return {{"symbology", code.at("symbology").get<std::string>()},
+            {"content", Shown(code.at("text"))},
+            {"properties", properties},
+            {"licence", nullptr}};
 }
 
-std::string ElementTable(const ordered_json &elements) {
-    std::string rows;
-    for (const ordered_json &element : elements) {
-        const ordered_json &name = element.at("name");
-        rows += RowHead(name.is_null() ? "<span class=\"soft\">not known</span>" : EscapeHtml(name)) +
-                Cell(EscapeHtml(element.at("id")), "text") + Cell(Shown(element.at("value")), "text") +
-                Cell(EscapeHtml(element.value("meaning", ""))) + "</tr>\n";
+ordered_json Elements(const ordered_json &code) {
+    ordered_json elements = ordered_json::array();
+    for (const ordered_json &element : code.at("elements"))
+        elements.push_back({{"name", element.at("name")},
+                            {"unknown", element.at("name").is_null()},
+                            {"id", element.at("id").get<std::string>()},
+                            {"content", Shown(element.at("value"))},
+                            {"meaning", element.value("meaning", "")}});
+    return elements;
+}
+
+void AddBarcodes(const ordered_json &scan, ordered_json &page) {
+    const ordered_json &barcodes = scan.at("barcodes");
+    ordered_json codes = ordered_json::array();
+    if (!barcodes.is_null()) {
+        for (const char *kind : {"pdf417", "linear"}) {
+            const ordered_json &code = barcodes.at(kind);
+            if (code.is_null())
+                continue;
+            codes.push_back(Code(code, barcodes));
+            if (code.contains("elements"))
+                codes.back()["licence"] = {{"elements", Elements(code)}};
+        }
     }
-    return Table("What the licence's code says", {"Element", "Identifier", "Value", "Meaning"}, rows);
+    page["notDecoded"] = barcodes.is_null();
+    page["nothingRead"] = !barcodes.is_null() && codes.empty();
+    page["codes"] = codes;
 }
 
 bool IsWhite(const ordered_json &scan) {
     return scan.at("kind").is_object() && scan.at("kind").at("kind") == "white";
 }
 
-} // namespace
-
-std::string TitleLine(const ordered_json &scan) {
+std::string Title(const ordered_json &scan) {
     const std::string when = IsFile(scan) ? scan.at("information").at("date") : scan.at("started");
     return "Card scan of " + when;
 }
 
-std::string VerdictLine(const ordered_json &scan) {
-    const Verdicts verdicts = CountVerdicts(scan.at("measures"));
-    const auto part = [](const char *grade, int count) {
-        return count == 0 ? std::string() : Verdict(grade, std::to_string(count) + " " + grade) + " ";
-    };
-    return "Measures: " + part("good", verdicts.good) + part("marginal", verdicts.marginal) +
-           part("bad", verdicts.bad);
+ordered_json VerdictsOf(const ordered_json &scan) {
+    const Verdicts counts = CountVerdicts(scan.at("measures"));
+    ordered_json verdicts = ordered_json::array();
+    for (const auto &[grade, count] : {std::pair("good", counts.good), std::pair("marginal", counts.marginal),
+                                       std::pair("bad", counts.bad)}) {
+        if (count != 0)
+            verdicts.push_back(Verdict(grade, std::to_string(count) + " " + grade));
+    }
+    return verdicts;
 }
 
-std::string FactItems(const ordered_json &scan) {
+ordered_json Facts(const ordered_json &scan) {
+    ordered_json facts = ordered_json::array();
     if (IsFile(scan)) {
         const ordered_json &head = scan.at("information");
-        return Fact("File", scan.at("file")) + Fact("Second serial number", head.at("serialNumber2")) +
-               Fact("Firmware", head.at("firmware")) + Fact("FPGA", head.at("fpga")) +
-               Fact("Hardware", Plain(head.at("hardware"))) + Fact("Library", head.at("library")) +
-               Fact("Card", IsWhite(scan) ? "white card" : "ordinary card");
+        AddFact(facts, "File", scan.at("file"));
+        AddFact(facts, "Second serial number", head.at("serialNumber2"));
+        AddFact(facts, "Firmware", head.at("firmware"));
+        AddFact(facts, "FPGA", head.at("fpga"));
+        AddFact(facts, "Hardware", Plain(head.at("hardware")));
+        AddFact(facts, "Library", head.at("library"));
+        AddFact(facts, "Card", IsWhite(scan) ? "white card" : "ordinary card");
+        return facts;
     }
     const ordered_json &versions = scan.at("versions"), &card = scan.at("card");
     char size[80];
     std::snprintf(size, sizeof size, "%.2f mm long, %.2f mm high (back %.2f mm)",
                   card.at("widthMm").get<double>(), card.at("frontHeightMm").get<double>(),
                   card.at("backHeightMm").get<double>());
-    return Fact("Device", scan.at("device")) + Fact("Serial number", Plain(versions.at("serialNumber"))) +
-           Fact("Firmware", versions.at("firmware")) + Fact("FPGA", versions.at("fpga")) +
-           Fact("Hardware", Plain(versions.at("hardware"))) + Fact("Library", versions.at("library")) +
-           Fact("Mode", scan.at("options").at("mode")) + Fact("Card", size) +
-           Fact("Kind", scan.at("kind").is_null() ? ""
-                        : IsWhite(scan)           ? "white card"
-                                                  : "ordinary card") +
-           Fact("Virtual card", scan.value("virtual", ordered_json::object()).value("card", ""));
+    AddFact(facts, "Device", scan.at("device"));
+    AddFact(facts, "Serial number", Plain(versions.at("serialNumber")));
+    AddFact(facts, "Firmware", versions.at("firmware"));
+    AddFact(facts, "FPGA", versions.at("fpga"));
+    AddFact(facts, "Hardware", Plain(versions.at("hardware")));
+    AddFact(facts, "Library", versions.at("library"));
+    AddFact(facts, "Mode", scan.at("options").at("mode"));
+    AddFact(facts, "Card", size);
+    AddFact(facts, "Kind", scan.at("kind").is_null() ? "" : IsWhite(scan) ? "white card" : "ordinary card");
+    AddFact(facts, "Virtual card", scan.value("virtual", ordered_json::object()).value("card", ""));
+    return facts;
 }
 
-std::string StripeSection(const ordered_json &scan) {
-    std::string rows;
-    for (const ordered_json &track : scan.at("stripe")) {
-        rows += RowHead(Plain(track.at("track"))) + Cell(Shown(track.at("text")), "text") +
-                Cell(TrackState(track)) + Cell(Plain(track.at("characters")), "number") +
-                Cell(Plain(track.at("bits")), "number") + "</tr>\n";
-    }
-    return Table("Tracks of the magnetic stripe", {"Track", "Text", "State", "#Characters", "#Bits"}, rows);
-}
-
-std::string BarcodeSection(const ordered_json &scan) {
-    const ordered_json &barcodes = scan.at("barcodes");
-    if (barcodes.is_null())
-        return "<p class=\"soft\">Barcodes were not decoded.</p>\n";
-    std::string html;
-    for (const char *kind : {"pdf417", "linear"}) {
-        const ordered_json &code = barcodes.at(kind);
-        if (code.is_null())
-            continue;
-        html += CodeTable(code, barcodes);
-        if (code.contains("elements"))
-            html += ElementTable(code.at("elements"));
-    }
-    return html.empty() ? "<p>No barcode was read.</p>\n" : html;
-}
-
-std::string MeasureRows(const ordered_json &scan) {
-    std::string rows;
-    for (const ordered_json &measure : scan.at("measures")) {
-        const ordered_json &grade = measure.at("grade");
-        rows += RowHead(EscapeHtml(measure.at("name"))) + Cell(EscapeHtml(ValueText(measure)), "number") +
-                Cell(EscapeHtml(measure.at("limits"))) +
-                Cell(grade.is_null() ? "<span class=\"soft\">not judged</span>"
-                     : grade == "good" || grade == "marginal" || grade == "bad" ? Verdict(grade, grade)
-                                                                                : std::string()) +
-                "</tr>\n";
-    }
-    return rows;
-}
-
-std::string MeasuresNote(const ordered_json &scan) {
+const char *MeasuresNote(const ordered_json &scan) {
     if (scan.at("kind").is_null())
         return "This scan was not analysed: only scans with all passes are.";
     return IsWhite(scan)
@@ -174,24 +171,58 @@ std::string MeasuresNote(const ordered_json &scan) {
                  "white cards only.";
 }
 
-std::string CourseSection(const ordered_json &scan, const std::string &log) {
-    std::string html;
+void AddCourse(const ordered_json &scan, const std::string &log, ordered_json &page) {
+    page["course"] = page["log"] = page["missing"] = nullptr;
     if (scan.contains("states")) {
-        std::string rows;
+        ordered_json stages = ordered_json::array();
         for (const ordered_json &state : scan.at("states")) {
             const int code = state.at("state");
-            rows += "<tr><th scope=\"row\" class=\"number\">" + Milliseconds(state.at("ms")) + "</th>" +
-                    Cell(EscapeHtml(DescribeState(code).text)) + Cell(std::to_string(code), "number") +
-                    "</tr>\n";
+            stages.push_back(
+                {{"ms", state.at("ms").get<int64_t>()}, {"text", DescribeState(code).text}, {"code", code}});
         }
-        html += Table("Stages, in milliseconds since the card came in", {"#Time", "Stage", "#Code"}, rows);
+        page["course"] = {{"stages", stages}};
     }
-    if (!log.empty()) {
-        const auto *bytes = reinterpret_cast<const uint8_t *>(log.data());
-        html += "<h3>Log</h3>\n<pre tabindex=\"0\">" + EscapeHtml(Utf8Text(bytes, log.size())) + "</pre>\n";
+    if (!log.empty())
+        page["log"] = {{"text", Utf8Text(reinterpret_cast<const uint8_t *>(log.data()), log.size())}};
+    else
+        page["missing"] =
+            scan.contains("states") ? "No log was kept." : "A scan file keeps neither the times nor the log.";
+}
+
+} // namespace
+
+// Colour is never alone: a mark and the word go with it.
+ordered_json Verdict(const std::string &grade, const std::string &text) {
+    return {{"grade", grade},
+            {"mark", grade == "good"       ? "&#10003;"
+                     : grade == "marginal" ? "&#9650;"
+                                           : "&#10007;"},
+            {"text", text}};
+}
+
+ordered_json Measures(const ordered_json &scan) {
+    ordered_json measures = ordered_json::array();
+    for (const ordered_json &measure : scan.at("measures")) {
+        const ordered_json &grade = measure.at("grade");
+        const bool judged = grade == "good" || grade == "marginal" || grade == "bad";
+        measures.push_back({{"name", measure.at("name").get<std::string>()},
+                            {"value", ValueText(measure)},
+                            {"limits", measure.at("limits").get<std::string>()},
+                            {"verdict", judged ? Verdict(grade, grade) : ordered_json()},
+                            {"unjudged", grade.is_null()}});
     }
-    return html.empty() ? "<p class=\"soft\">A scan file keeps neither the times nor the log.</p>\n"
-                        : html + (log.empty() ? "<p class=\"soft\">No log was kept.</p>\n" : "");
+    return measures;
+}
+
+void AddSections(const ordered_json &scan, const std::string &log, ordered_json &page) {
+    page["title"] = Title(scan);
+    page["verdicts"] = VerdictsOf(scan);
+    page["facts"] = Facts(scan);
+    page["tracks"] = Tracks(scan);
+    AddBarcodes(scan, page);
+    page["measures"] = Measures(scan);
+    page["measuresNote"] = MeasuresNote(scan);
+    AddCourse(scan, log, page);
 }
 
 } // namespace host

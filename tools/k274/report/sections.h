@@ -1,4 +1,5 @@
-// The parts of a report's page that are made from a scan's description, as HTML. All texts in it are escaped.
+// The sections of a report's page as values for its template, made from a scan's description. Only the values
+// that are called "content" are HTML.
 #pragma once
 
 #include <nlohmann/json_fwd.hpp>
@@ -6,13 +7,12 @@
 
 namespace host {
 
-std::string TitleLine(const nlohmann::ordered_json &scan); // not escaped yet
-std::string VerdictLine(const nlohmann::ordered_json &scan);
-std::string FactItems(const nlohmann::ordered_json &scan);
-std::string StripeSection(const nlohmann::ordered_json &scan);
-std::string BarcodeSection(const nlohmann::ordered_json &scan);
-std::string MeasureRows(const nlohmann::ordered_json &scan);
-std::string MeasuresNote(const nlohmann::ordered_json &scan);
-std::string CourseSection(const nlohmann::ordered_json &scan, const std::string &log);
+/// @param grade "good", "marginal" or "bad"
+nlohmann::ordered_json Verdict(const std::string &grade, const std::string &text);
+
+nlohmann::ordered_json Measures(const nlohmann::ordered_json &scan);
+
+/// Adds title, verdicts, facts, tracks, barcodes, measures and the course of the scan.
+void AddSections(const nlohmann::ordered_json &scan, const std::string &log, nlohmann::ordered_json &page);
 
 } // namespace host

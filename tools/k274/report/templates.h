@@ -4,5 +4,7 @@
 namespace host {
 
 extern const char kPageHtml[], kPageCss[], kPageJs[];
+// Parts of the page that stand in it more than once, or for themselves.
+extern const char kMaintHtml[], kMeasuresHtml[], kPlotHtml[], kVerdictHtml[];
 
 } // namespace host
