@@ -7,6 +7,7 @@
 #include "src/capture/merge.h"
 #include "src/decoders/barcode.h"
 #include "src/decoders/jitter_step.h"
+#include "src/decoders/reparse.h"
 #include "src/link/transport.h"
 #include "src/log/log.h"
 #include "src/maint/device_commands.h"
@@ -139,7 +140,7 @@ void K274_UserBeep(uint8_t value) { PostUserBeep(value); }
 void K274_GuiScan(void) { state.guiScanRequest = 1; }
 void K274_ReSend(void) { state.resendRequest = 1; }
 void K274_DebugLEDs(uint8_t led, uint8_t on) { DebugLeds(led, on); }
-uint8_t K274_LogIn(uint8_t flag) { return LogIn(flag); }
+uint8_t K274_LogIn(uint8_t flag) { return LogIn(flag) ? 1 : 0; }
 uint32_t K274_RdCcUv(void) { return ReadFirstRgbPixels(); }
 
 // ---- stripe and barcodes ----
@@ -231,7 +232,7 @@ int32_t K274_SaveWcc(const uint8_t *response) {
     return response && SaveWcc(response) ? 0 : kNotSaved;
 }
 
-// ---- workshop ----
+// ---- maintenance ----
 
 void K274_SetLEDs(uint8_t a, uint8_t b, uint8_t c) { SetLeds(a, b, c); }
 void K274_GuiLedAging(uint8_t mode) { GuiLedAging(mode); }

@@ -4,7 +4,6 @@
 #include "platform/os/os.h"
 #include "wire/bytes.h"
 
-#include <cerrno>
 #include <cstdio>
 
 namespace k274 {
@@ -15,19 +14,18 @@ constexpr size_t kHeaderBytes = 54;
 constexpr size_t kPaletteBytes = 1024;
 constexpr uint32_t kPixelsPerMetre = 22600;
 
-int WriteFile(const char *path, const uint8_t *header, size_t headerBytes, const uint8_t *pixels,
-              size_t size) {
+bool WriteFile(const char *path, const uint8_t *header, size_t headerBytes, const uint8_t *pixels,
+               size_t size) {
     char native[os::kMaxPath];
     if (!os::NativePath(path, native, sizeof native))
-        return ENOENT;
-    errno = 0;
+        return false;
     std::FILE *file = std::fopen(native, "wb");
     if (file == nullptr)
-        return errno != 0 ? errno : EIO;
+        return false;
     // A full disk is not told: the file is then short.
     std::fwrite(header, 1, headerBytes, file);
     std::fwrite(pixels, 1, size, file);
-    return std::fclose(file);
+    return std::fclose(file) == 0;
 }
 
 /// The palette stands between the header and the pixels of grey images.
@@ -50,14 +48,14 @@ void PutHeader(uint8_t *at, int rows, int columns, size_t pixelBytes, uint16_t b
 
 } // namespace
 
-int WriteBmp24(ConstColourView image, const char *path) {
+bool WriteBmp24(ConstColourView image, const char *path) {
     uint8_t header[kHeaderBytes] = {};
     // 256 colours are named although there is no palette; readers ignore it.
     PutHeader(header, image.rows, image.columns, image.Size(), 24, sizeof header, 256);
     return WriteFile(path, header, sizeof header, image.data, image.Size());
 }
 
-int WriteBmp8(ConstGreyView image, const char *path) {
+bool WriteBmp8(ConstGreyView image, const char *path) {
     uint8_t header[kHeaderBytes + kPaletteBytes] = {};
     PutHeader(header, image.rows, image.columns, image.Size(), 8, sizeof header, 0);
     for (int i = 0; i < 256; ++i)

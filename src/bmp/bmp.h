@@ -5,11 +5,10 @@
 
 namespace k274 {
 
-/// @return the error number of the failed open, nothing being written then; else the result of closing the
-/// file: a write that fails leaves a short file
-int WriteBmp24(ConstColourView image, const char *path);
+/// @return false when the file could not be opened or closed; a full disk is not told and leaves a short file
+bool WriteBmp24(ConstColourView image, const char *path);
 
 /// Rows have at most 2720 pixels; as in the colour writer, a multiple of 4 bytes.
-int WriteBmp8(ConstGreyView image, const char *path);
+bool WriteBmp8(ConstGreyView image, const char *path);
 
 } // namespace k274

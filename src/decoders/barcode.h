@@ -1,5 +1,4 @@
-// Barcode decoding: the record that the host copies, the decodes that fill it, and the worker threads that
-// run them beside the scan.
+// Barcode decoding: the record that the host copies, and the decodes that fill it.
 //
 // A decode works on a copy of its image and publishes its result only while its ticket is the current one.
 // A new scan, a newer decode and the watchdog each draw a new ticket; what an abandoned decoder still finds
@@ -34,13 +33,5 @@ bool BcDecode(BarcodeSource source, BarcodeTicket ticket, bool endsFirst, Barcod
 
 /// Decodes the short barcode of a white card into the record: exactly 7 characters, or none.
 void DecodeWhiteCard(ConstGreyView region);
-
-/// After the visible-light pass: starts the decoders that the decode mode asks for. Monitor thread.
-void StartBarcodeDecode();
-
-/// Decodes an image of the host, stored bottom-up.
-/// @param format  1: one byte a pixel, else three bytes of which the last counts
-/// @return characters found, or -1 for an image larger than 2700 x 2300 or none at all
-int32_t ReParse(const uint8_t *image, int32_t rows, int32_t columns, int32_t format);
 
 } // namespace k274

@@ -1,5 +1,7 @@
 // The decoders of a scan: the first one on the contrast-stretched red image, watched for 200 ms; the second
 // on the plain red image; the third, when these found nothing, on the infrared image once it has come.
+#include "src/decoders/barcode_threads.h"
+
 #include "platform/os/os.h"
 #include "src/analysis/jitter.h"
 #include "src/carddata/barcode_images.h"

@@ -1,4 +1,5 @@
-// Barcode decoding of a picture that the host supplies.
+#include "src/decoders/reparse.h"
+
 #include "src/bmp/bmp.h"
 #include "src/decoders/barcode.h"
 #include "src/state/line_buffers.h"

@@ -25,7 +25,7 @@ void PostUserLed(int32_t value);
 void PostUserBeep(uint8_t value);
 void PostEject();
 
-// Workshop commands; the aging command alone takes no device lock.
+// Maintenance commands; the aging command alone takes no device lock.
 void SetLeds(uint8_t a, uint8_t b, uint8_t c);
 void GuiLedAging(uint8_t mode);
 void MechTest(uint8_t test, uint32_t first, uint32_t second);

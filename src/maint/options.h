@@ -1,4 +1,4 @@
-// Option setters that also tell the scanner.
+// Options of the host: kept for the scans, and most of them told to the scanner.
 #pragma once
 
 #include <cstdint>
@@ -7,7 +7,7 @@ namespace k274 {
 
 void SetIllumOpt(int32_t flags);
 
-// These exchange a command under the device lock.
+// These exchange a command with the scanner under the device lock.
 void SetUvOpt(int32_t flags);
 void SecondScan(int32_t value);
 void LastScan(int32_t mode, int32_t lines);

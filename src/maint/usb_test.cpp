@@ -17,9 +17,7 @@ constexpr int32_t kFirstRunning = 1, kLastRunning = 3999998;
 constexpr int32_t kReportInterval = 2000;
 constexpr int32_t kExchangesPerMegabyte = 20;
 
-constexpr int32_t kSendFailed = -1, kReadFailedResult = -2;
-
-int32_t Exchange(int32_t number, uint32_t length) {
+UsbTestResult Exchange(int32_t number, uint32_t length) {
     if (number == 1)
         log.Usb("Loopback test Starting...\n");
     CmdPkt packet(command::kLoopback);
@@ -27,29 +25,29 @@ int32_t Exchange(int32_t number, uint32_t length) {
     packet.SetDword1(length);
     if (!transport.SendCmd(packet).Ok()) {
         log.Usb("Loopback test SendCmd error");
-        return kSendFailed;
+        return kUsbTestNotSent;
     }
     // A reply that the buffer cannot hold is not waited for.
     if (length <= kTransferBufferSize - kReplyDataOffset && transport.ReadData(length).Ok())
-        return 0;
+        return kUsbTestDone;
     log.Usb("Loopback test ReadPacket error-1");
-    return kReadFailedResult;
+    return kUsbTestNoReply;
 }
 
-int32_t Step(int32_t number, uint32_t length) {
+UsbTestResult Step(int32_t number, uint32_t length) {
     switch (number) {
     case kCyclePort:
         log.Write("");
         transport.CyclePort();
-        return 0;
+        return kUsbTestDone;
     case kHardReset:
         log.Write("");
         transport.HardReset();
-        return 0;
+        return kUsbTestDone;
     case kResetPipes:
         log.Write("");
         transport.ResetPipes();
-        return 0;
+        return kUsbTestDone;
     default:
         return Exchange(number, length);
     }
@@ -57,13 +55,13 @@ int32_t Step(int32_t number, uint32_t length) {
 
 } // namespace
 
-int32_t UsbTest(int32_t number, uint32_t length) {
+UsbTestResult UsbTest(int32_t number, uint32_t length) {
     state.loopbackCount = number;
     if (number == 0 && length == 0)
-        return 0;
+        return kUsbTestDone;
     DeviceGuard guard(deviceLock);
-    const int32_t result = Step(number, length);
-    if ((number != 0 && number % kReportInterval == 0) || result < 0)
+    const UsbTestResult result = Step(number, length);
+    if ((number != 0 && number % kReportInterval == 0) || result != kUsbTestDone)
         log.Usb(Format("Loopback sent %d MB", number / kExchangesPerMegabyte));
     return result;
 }

@@ -5,8 +5,10 @@
 
 namespace k274 {
 
+enum UsbTestResult : int32_t { kUsbTestDone = 0, kUsbTestNotSent = -1, kUsbTestNoReply = -2 };
+
 /// One exchange, or one step of the recovery ladder; see K274_UsbTest.
-int32_t UsbTest(int32_t number, uint32_t length);
+UsbTestResult UsbTest(int32_t number, uint32_t length);
 
 /// While true the monitor thread leaves the link to the test.
 bool UsbTestRuns();

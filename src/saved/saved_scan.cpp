@@ -12,8 +12,6 @@
 #include "src/state/scan_file_record.h"
 #include "src/state/session.h"
 #include "src/state/settings.h"
-#include "src/tiff/scan_file.h"
-#include "src/tiff/scan_reader.h"
 
 #include <cstring>
 
@@ -79,7 +77,7 @@ void CopyScanInfo(void *info) {
     std::memcpy(info, scanFile.information, sizeof scanFile.information);
 }
 
-int32_t SaveScan(const char *path) {
+SaveResult SaveScan(const char *path) {
     char name[Settings::kNameSize] = "";
     const bool named = settings.AutoSaveFileName(name);
     FixedText<128> automatic;
@@ -109,7 +107,7 @@ int32_t SaveScan(const char *path) {
     return result;
 }
 
-int32_t OpenScan(const char *path, uint32_t *variant) {
+OpenResult OpenScan(const char *path, uint32_t *variant) {
     std::lock_guard file(scanFile.lock);
     const OpenedFile opened = ReadScanFile(path ? path : "", scanFile.buffer);
     if (variant)

@@ -2,7 +2,7 @@
 // saving and opening of whole scans.
 #pragma once
 
-#include "src/tiff/scan_header.h"
+#include "src/tiff/scan_reader.h"
 
 namespace k274 {
 
@@ -21,12 +21,12 @@ void ShowCardWidth(uint32_t width);
 void CopyScanInfo(void *info);
 
 /// Saves the last scan. A null or empty path takes the automatic name.
-/// @return 0 written, or nothing to do; -1 the file could not be created; -2 not all was written
-int32_t SaveScan(const char *path);
+/// @return kSaved also when there is nothing to do
+SaveResult SaveScan(const char *path);
 
 /// Loads a saved scan into the images and records.
 /// @param variant  may be null; always set: the variant that the file names, or 0
-/// @return 0 opened; -1 no file, or none of ours; -2 too short. Only 0 changes anything.
-int32_t OpenScan(const char *path, uint32_t *variant);
+/// @return only kOpened changes anything
+OpenResult OpenScan(const char *path, uint32_t *variant);
 
 } // namespace k274

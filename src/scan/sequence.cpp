@@ -6,6 +6,7 @@
 #include "src/common/running.h"
 #include "src/common/text.h"
 #include "src/decoders/barcode.h"
+#include "src/decoders/barcode_threads.h"
 #include "src/log/log.h"
 #include "src/maint/ccd_load.h"
 #include "src/maint/device_commands.h"

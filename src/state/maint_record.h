@@ -1,4 +1,4 @@
-// What the workshop's functions keep from call to call; the device lock guards the still image.
+// What the maintenance functions keep from call to call; the device lock guards the still image.
 #pragma once
 
 #include "include/k274.h"

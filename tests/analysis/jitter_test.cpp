@@ -4,6 +4,7 @@
 #include "include/k274.h"
 #include "src/analysis/jitter_chart.h"
 #include "src/decoders/barcode.h"
+#include "src/decoders/barcode_threads.h"
 #include "src/decoders/jitter_step.h"
 #include "src/state/barcode_state.h"
 #include "src/state/flags.h"

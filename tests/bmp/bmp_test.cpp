@@ -7,7 +7,6 @@
 #include "tests/support/library_fixture.h"
 #include "tests/support/system.h"
 
-#include <cerrno>
 #include <filesystem>
 
 namespace k274::test {
@@ -33,9 +32,8 @@ TEST_F(BmpTest, FilesByteByByte) {
         {true, 300, 8, {0x4D42, 7254, 0, 0, 54, 40, 8, 300, 1, 24, 0, 0, 22600, 22600, 256, 256}},
     };
     for (const auto &c : cases) {
-        ASSERT_EQ(c.colour ? WriteBmp24({bytes, c.rows, c.columns}, path.c_str())
-                           : WriteBmp8({bytes, c.rows, c.columns}, path.c_str()),
-                  0);
+        ASSERT_TRUE(c.colour ? WriteBmp24({bytes, c.rows, c.columns}, path.c_str())
+                             : WriteBmp8({bytes, c.rows, c.columns}, path.c_str()));
         constexpr int kSizes[16] = {2, 4, 2, 2, 4, 4, 4, 4, 2, 2, 4, 4, 4, 4, 4, 4};
         std::string expected;
         for (size_t field = 0; field < 16; ++field)
@@ -46,9 +44,9 @@ TEST_F(BmpTest, FilesByteByByte) {
         expected += pixels.substr(0, static_cast<size_t>(c.rows * c.columns * (c.colour ? 3 : 1)));
         EXPECT_TRUE(FileText(path) == expected);
     }
-    EXPECT_EQ(WriteBmp24({bytes, 1, 4}, (folder + "absent/image.bmp").c_str()), ENOENT);
-    EXPECT_NE(WriteBmp8({bytes, 1, 4}, folder.c_str()), 0);
-    EXPECT_EQ(WriteBmp8({bytes, 1, 4}, std::string(5000, 'x').c_str()), ENOENT);
+    EXPECT_FALSE(WriteBmp24({bytes, 1, 4}, (folder + "absent/image.bmp").c_str()));
+    EXPECT_FALSE(WriteBmp8({bytes, 1, 4}, folder.c_str()));
+    EXPECT_FALSE(WriteBmp8({bytes, 1, 4}, std::string(5000, 'x').c_str()));
 }
 
 #ifndef _WIN32 // the folders are fixed: only a drive that can be set keeps them apart from the machine's own
