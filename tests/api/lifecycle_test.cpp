@@ -9,7 +9,7 @@
 #include <gmock/gmock.h>
 
 #include <atomic>
-#include <filesystem>
+#include <future>
 #include <thread>
 
 namespace {
@@ -23,17 +23,15 @@ struct LifecycleTest : LibraryTest {
         LibraryTest::SetUp();
         k274::running = false;
         scanner.Serve();
-        TheDriver().onSend = [](const scripted::Sent &) { return scripted::Reply{sendStatus}; };
-        sendStatus = 0;
+        TheDriver().onSend = [this](const scripted::Sent &) { return scripted::Reply{sendStatus}; };
     }
     static size_t Seen(int code) {
         const std::vector<int> states = States();
         return static_cast<size_t>(std::count(states.begin(), states.end(), code));
     }
     HealthyScanner scanner;
-    static std::atomic<uint32_t> sendStatus;
+    std::atomic<uint32_t> sendStatus{0};
 };
-std::atomic<uint32_t> LifecycleTest::sendStatus;
 
 TEST_F(LifecycleTest, SessionLogsItsStartAndTakesNoWordAbove31ForACard) {
     scanner.words = {32, 0x41, 0x8000, 0x20, 33};
@@ -114,6 +112,29 @@ TEST_F(LifecycleTest, CloseFromTheCallbackEndsTheScan) {
     AwaitThreadsEnd();
     EXPECT_EQ(scripted::SentCodes().back(), 0x17);
     EXPECT_FALSE(k274::Running());
+}
+
+TEST_F(LifecycleTest, DecodersOfEarlierScansAndSessionsAreNotHeard) {
+    std::promise<void> gate;
+    std::atomic<int> waiting{0};
+    scripted::TheDecoder().onDecode = [&,
+                                       opened = gate.get_future().share()](const scripted::DecodeRequest &) {
+        ++waiting;
+        opened.wait();
+        return scripted::Symbol{0x1000, "LATE"};
+    };
+    K274_ScanMode(82);
+    K274_SetBcDecMode(1); // no watchdog
+    scanner.words = {0, 0, 1, 3, 7, 0x8000, 0, 1, 3, 7, 0x8000, 0};
+    K274_Init(0);
+    Await([&] { return waiting == 2 && Seen(8) == 2; });
+    K274_Close();
+    gate.set_value();
+    AwaitThreadsEnd();
+    EXPECT_EQ(Seen(4), 0u);
+    K274_Barcode record;
+    K274_GetBC(&record);
+    EXPECT_EQ(record.pdfLength, 0);
 }
 
 std::atomic<int> second;

@@ -1,10 +1,11 @@
+// Automatic names from the settings file (settings.txt).
 #include "src/state/settings.h"
 
 #include "include/k274.h"
+#include "tests/support/data.h"
 #include "tests/support/library_fixture.h"
 
 #include <fstream>
-#include <tuple>
 
 namespace {
 
@@ -16,20 +17,8 @@ struct SettingsTest : LibraryTest {
 };
 
 TEST_F(SettingsTest, NamesFollowTheFile) {
-    const std::tuple<const char *, const char *, const char *> cases[] = {
-        {"[Demo]\nAutoSaveName=card\nAutoSaveNum=7\n", "card007", "card008"},
-        {"[demo]\nautosavename = tencharact \nAUTOSAVENUM=5\n", "tenchar005", "tenchar006"},
-        {"[Demo]\nAutoSaveName=x\nAutoSaveNum=999\n", "x999", "x1000"},
-        {"[Demo]\nAutoSaveName=x\nAutoSaveNum=1234\n", "x1234", "x1235"},
-        {"[Demo]\nAutoSaveName=x\nAutoSaveNum=-3\n", "x-03", "x-03"},
-        {"[Demo]\nAutoSaveName=x\nAutoSaveNum=2147483647\n", "x2147483647", "x2147483647"},
-        {"[Demo]\nAutoSaveName=x\nAutoSaveNum=0\n", "(none)", "(none)"},
-        {"[Demo]\nAutoSaveNum=4\n", "(none)", "(none)"},
-        {"[Demo]\nAutoSaveName=x\nAutoSaveNum=seven\n", "(none)", "(none)"},
-        {"\xff\xfe garbage [[[ =\n\n=\n", "(none)", "(none)"},
-        {"", "(none)", "(none)"},
-    };
-    for (const auto &[file, name, next] : cases) {
+    for (const auto &row : Table("api/settings.txt")) {
+        const std::string &file = row[0], &name = row[1], &next = row[2];
         std::ofstream(folder + "K274.ini") << file;
         K274_SetLogPath(folder.c_str());
         k274::settings.FixPath();

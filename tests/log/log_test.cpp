@@ -5,20 +5,23 @@
 #include "include/k274.h"
 #include "src/common/text.h"
 #include "src/state/flags.h"
+#include "tests/support/data.h"
 #include "tests/support/library_fixture.h"
 #include "tests/support/regex.h"
 
 #include <gmock/gmock.h>
 
 #include <filesystem>
-#include <fstream>
 #include <thread>
 
 namespace {
 
 using k274::Format;
+using testing::AllOf;
+using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::SizeIs;
 
 struct LogTest : LibraryTest {};
 
@@ -33,8 +36,7 @@ TEST_F(LogTest, LinesCarryNumberTimeAndCategory) {
     k274::running = false;
     k274::log.Write("dropped");
     k274::log.Write("WDU_Init-64 Error 5"); // only this is written while nothing runs
-    std::ifstream stream(LogFile(), std::ios::binary);
-    EXPECT_THAT((std::string{std::istreambuf_iterator<char>(stream), {}}),
+    EXPECT_THAT(FileText(LogFile()),
                 WholeMatches("00001,[0-6]:[0-9][0-9]:[0-9][0-9]:[0-9][0-9].[0-9][0-9], plain\r\n"
                              "00002,.{13}, usb,     Reset Pipe OK\r\n"
                              "00003,.{13}, image,   x\r\n"
@@ -50,11 +52,15 @@ TEST_F(LogTest, PathDecidesWhetherAndWhereLinesGo) {
     k274::log.Write("the file is not created again");
     EXPECT_FALSE(std::filesystem::exists(LogFile()));
     const std::string absent = folder + "absent/", longest = absent + std::string(244 - absent.size(), 'd');
-    const std::pair<std::string, std::string> cases[] = {
-        {absent, absent}, {longest, longest}, {longest + "d", ""}, {std::string(4000, 'd'), ""}};
+    const std::string tooLong = longest + "d", far(4000, 'd');
+    const std::pair<const char *, std::string> cases[] = {{absent.c_str(), absent},
+                                                          {longest.c_str(), longest},
+                                                          {tooLong.c_str(), ""},
+                                                          {far.c_str(), ""},
+                                                          {nullptr, ""}};
     for (const auto &[path, working] : cases) {
         char directory[k274::Log::kPathSize];
-        K274_SetLogPath(path.c_str());
+        K274_SetLogPath(path);
         k274::log.Open();
         k274::log.Write("no such folder");
         k274::log.CopyWorkingDirectory(directory, sizeof directory);
@@ -87,10 +93,7 @@ TEST_F(LogTest, ThreadsWriteWholeLines) {
         });
     for (std::thread &thread : threads)
         thread.join();
-    const Texts lines = Log();
-    EXPECT_EQ(lines.size(), 200u);
-    for (const std::string &line : lines)
-        EXPECT_THAT(line, WholeMatches("usb,     thread [0-3] line [0-9]+"));
+    EXPECT_THAT(Log(), AllOf(SizeIs(200), Each(WholeMatches("usb,     thread [0-3] line [0-9]+"))));
 }
 
 } // namespace

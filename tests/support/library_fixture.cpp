@@ -19,6 +19,7 @@
 #include "tests/support/system.h"
 #include "tests/support/transcript.h"
 
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <mutex>
@@ -45,6 +46,8 @@ void LibraryTest::SetUp() {
     scripted::ResetDecoder();
     test_clock::Reset();
     k274::RenewState();
+    for (auto *responses : {&k274::CcdRawResp, &k274::CcdCorResp})
+        std::memset(responses, 0, sizeof *responses);
     {
         std::lock_guard guard(stateLock);
         states.clear();

@@ -96,6 +96,22 @@ void End() {
 
 void Note(const std::string &text) { Append({text, -1, ""}); }
 
+std::string Runs(const uint8_t *bytes, size_t from, size_t end) {
+    std::ostringstream text;
+    for (size_t next; from < end; from = next) {
+        next = from + 1;
+        while (next < end && bytes[next] == bytes[from])
+            ++next;
+        if (bytes[from] == 0)
+            continue;
+        text << (text.tellp() > 0 ? ", " : "") << from;
+        if (next > from + 1)
+            text << " to " << next - 1;
+        text << ": " << int{bytes[from]};
+    }
+    return text.str();
+}
+
 void NoteSend(const std::vector<uint8_t> &packet, uint32_t status) {
     namespace field = wire::field;
     const char *name = wire::CommandName(packet[0]);
@@ -122,6 +138,13 @@ void NoteSend(const std::vector<uint8_t> &packet, uint32_t status) {
         for (const size_t at : {field::kDword0, field::kDword1})
             if (const uint32_t value = wire::Load32(&packet[at]))
                 rest << ", " << value;
+    std::vector<uint8_t> others(packet.begin(),
+                                packet.begin() + std::min<ptrdiff_t>(packet.size(), wire::kHeaderBytes));
+    for (const size_t at : {field::kDword0, field::kDword1})
+        if (others.size() > at)
+            std::fill_n(&others[at], 4, uint8_t{0});
+    if (const std::string runs = Runs(others.data(), field::kValues, others.size()); !runs.empty())
+        rest << ", bytes " << runs;
     if (packet.size() > wire::kHeaderBytes)
         rest << ", data of sum " << std::accumulate(packet.begin() + wire::kHeaderBytes, packet.end(), 0);
     if (const uint32_t number = wire::Load32(&packet[field::kSequence]); number != lastNumber + 1)

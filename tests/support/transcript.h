@@ -16,6 +16,9 @@ void Note(const std::string &text);
 void NoteSend(const std::vector<uint8_t> &packet, uint32_t status);
 void NoteRead(uint32_t asked, uint32_t came, uint32_t status);
 
+/// The bytes from one place to before another, without zeros: "8 to 11: 255, 15: 3".
+std::string Runs(const uint8_t *bytes, size_t from, size_t end);
+
 /// The lines since the last call; runs of equal ones are told once, also when a line number counts in them.
 std::string Take();
 

@@ -1,6 +1,6 @@
 // Scan files: header and directories (header.txt) and as a TIFF library reads them (directories.txt), every
 // byte of every variant, what saving does to files, and what loading leaves.
-#include "src/tiff/scan_reader.h"
+#include "src/tiff/scan_file.h"
 #include "tests/support/data.h"
 
 #include <gtest/gtest.h>
@@ -9,7 +9,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <memory>
 #include <tuple>
 
@@ -148,19 +147,6 @@ TEST_F(ScanFileTest, EveryByteOfEveryVariant) {
     }
 }
 
-TEST_F(ScanFileTest, SavingReplacesAFileWholeOrNotAtAll) {
-    const size_t size = Assemble(ScanVariant::NoImage);
-    std::ofstream(path) << "an earlier, longer or shorter file";
-    EXPECT_EQ(WriteScanFile(path.c_str(), file, size), kSaved);
-    EXPECT_TRUE(FileText(path) == std::string(file, file + size));
-    for (const fs::path &wrong : {folder / "absent" / "scan.tif", folder, fs::path()})
-        EXPECT_EQ(WriteScanFile(wrong.string().c_str(), file, size), kNotCreated) << wrong;
-    if (fs::exists("/dev/full")) {
-        EXPECT_EQ(WriteScanFile("/dev/full", file, size), kNotComplete);
-    }
-    EXPECT_EQ(std::distance(fs::directory_iterator(folder), {}), 1) << "a file was left beside";
-}
-
 // What a program of libtiff prints about the file.
 std::string OutputOf(const std::string &command, const std::string &file) {
     const std::string output = file + ".txt";
@@ -183,52 +169,6 @@ TEST_F(ScanFileTest, DirectoriesAsLibtiffReadsThem) {
         EXPECT_TRUE(variant == 2 || OutputOf("tiffinfo -D", path).find("rror") == std::string::npos);
     }
     ExpectKept("tiff/directories.txt", text);
-}
-
-TEST_F(ScanFileTest, ReadingEndsWithTheBuffer) {
-    EXPECT_EQ(ReadScanFile(path.c_str(), file).result, kNotAccepted);
-    std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char *>(header), sizeof header);
-    fs::resize_file(path, kMaxScanFileBytes + 100);
-    EXPECT_EQ(ReadScanFile(path.c_str(), file).length, kMaxScanFileBytes);
-}
-
-template <size_t Size>
-bool Same(const uint8_t (&a)[Size], const uint8_t (&b)[Size]) {
-    return std::memcmp(a, b, Size) == 0;
-}
-
-template <size_t Size>
-bool Cleared(const uint8_t (&bytes)[Size], size_t from = 0) {
-    return std::all_of(bytes + from, bytes + Size, [](uint8_t byte) { return byte == 0; });
-}
-
-TEST_F(ScanFileTest, LoadingReplacesWhatAFileHoldsAndClearsTheRest) {
-    const size_t size = Assemble(ScanVariant::Ultraviolet);
-    const auto before = std::make_unique<Scan>(6);
-    std::unique_ptr<Scan> live;
-    uint8_t liveHeader[kScanHeaderBytes] = {};
-    const auto load = [&](size_t length, const char *variant) {
-        live = std::make_unique<Scan>(6);
-        std::memcpy(file + 56, variant, 2);
-        const OpenedFile opened = CheckScanFile(file, length);
-        EXPECT_TRUE(opened.loadable);
-        LoadScan(file, opened, live->Contents(), liveHeader);
-    };
-    load(22418936, "\0"); // a file that ends within an image
-    EXPECT_EQ(live->barcode.decoderMajor, before->barcode.decoderMajor) << "the decoder's own fields stay";
-    EXPECT_TRUE(Same(live->images.UvFr, saved->images.UvFr));
-    const size_t held = 22418936 - 20940224;
-    EXPECT_EQ(std::memcmp(live->images.UvBk, saved->images.UvBk, held), 0);
-    EXPECT_TRUE(Cleared(live->images.UvBk, held));
-
-    load(size, "\1\0"); // pages that lie behind the end
-    EXPECT_TRUE(Cleared(live->images.SliFr) && Cleared(live->images.SliBk));
-    EXPECT_TRUE(Same(live->images.UvFr, before->images.UvFr) &&
-                Same(live->images.NatBk, saved->images.NatBk));
-    load(size, "\1\1"); // no variant of ours
-    EXPECT_TRUE(Cleared(live->images.SliFr) && Cleared(live->images.SliBk));
-    EXPECT_TRUE(Cleared(live->images.UvFr) && Cleared(live->images.UvBk));
-    EXPECT_TRUE(Same(live->images.MsBl, saved->images.MsBl));
 }
 
 } // namespace
