@@ -2,7 +2,7 @@
 // files are written anew, to be reviewed. A line is "k274 WORDS", perhaps with variables in front of it, or
 // one of the verbs below; "@" stands for the test's folder, "%" for the sample deck, "~" for the recordings.
 // What came of a line follows it, indented: standard output, standard error behind "! ", a status that is not
-// 0 behind "= ".
+// 0 behind "= ". Empty lines belong to what k274 says.
 #include <functional>
 #include <iomanip>
 #include <list>
@@ -108,6 +108,8 @@ std::string Transcript::Told(const Words &arguments) {
     text += Prefixed(run.err, "! ") + (run.status == 0 ? "" : "= " + std::to_string(run.status) + "\n");
     // Cards come and go when they do, and times vary.
     text = std::regex_replace(text, std::regex(".* ms  card (in|out) .*\n"), "");
+    text.erase(text.find_last_not_of('\n') + 1); // help ends with empty lines
+    text += text.empty() ? "" : "\n";
     return std::regex_replace(text, std::regex(" *[0-9]+( ms  )|[0-9.]+( MB/s)"), "-$1$2");
 }
 
@@ -132,7 +134,7 @@ TEST_P(Transcript, IsWhatK274Says) {
     std::istringstream stream(FileText(kTests + file));
     std::string played;
     for (std::string line; std::getline(stream, line);) {
-        if (line.rfind("    ", 0) == 0)
+        if (line.empty() || line.rfind("    ", 0) == 0)
             continue;
         std::string told = Play(line);
         for (const auto &[sign, path] : places)
