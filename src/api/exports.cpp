@@ -28,7 +28,7 @@
 #include "src/state/locks.h"
 #include "src/state/measures.h"
 #include "src/state/monitor_record.h"
-#include "src/state/session.h"
+#include "src/state/records.h"
 #include "src/state/settings.h"
 
 #include <algorithm>
@@ -78,7 +78,7 @@ void K274_Clear(uint8_t fill) {
     state.cleared = 1;
     ClearImages(fill);
     ClearBarcodeForHost();
-    session.ClearMagnetic();
+    ClearMagnetic();
     CmdPkt packet(command::kClear);
     transport.SendCmd(packet);
 }
@@ -90,16 +90,16 @@ uint32_t K274_ScanState(void) { return state.statusWord; }
 
 void K274_UpdateStatus(void *record) {
     std::lock_guard guard(recordLock);
-    CopyOut(record, session.status);
+    CopyOut(record, records.status);
 }
 
 void K274_GetVersion(void *record) {
     std::lock_guard guard(recordLock);
-    CopyOut(record, session.version);
+    CopyOut(record, records.version);
 }
 
-uint32_t K274_GefXfrErrs(void) { return session.transferErrors; }
-void K274_ClrXfrErrs(void) { session.transferErrors = 0; }
+uint32_t K274_GefXfrErrs(void) { return records.transferErrors; }
+void K274_ClrXfrErrs(void) { records.transferErrors = 0; }
 void K274_Verbose(uint32_t level) { transport.SetVerbose(level); }
 
 // ---- log ----
@@ -147,7 +147,7 @@ uint32_t K274_RdCcUv(void) { return ReadFirstRgbPixels(); }
 
 void K274_GetMag(void *record) {
     std::lock_guard guard(recordLock);
-    CopyOut(record, session.magnetic);
+    CopyOut(record, records.magnetic);
 }
 void K274_GetBC(void *record) {
     std::lock_guard guard(barcode.lock);

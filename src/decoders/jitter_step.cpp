@@ -9,7 +9,7 @@
 #include "src/state/image_set.h"
 #include "src/state/locks.h"
 #include "src/state/measures.h"
-#include "src/state/session.h"
+#include "src/state/records.h"
 
 #include <algorithm>
 #include <iterator>
@@ -40,7 +40,7 @@ BarcodeRecord CopyRecord() {
 
 int32_t SerialNumber() {
     std::lock_guard guard(recordLock);
-    return static_cast<int32_t>(session.version.serialNumber);
+    return static_cast<int32_t>(records.version.serialNumber);
 }
 
 } // namespace

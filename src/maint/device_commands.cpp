@@ -5,7 +5,7 @@
 #include "src/maint/rig.h"
 #include "src/state/flags.h"
 #include "src/state/locks.h"
-#include "src/state/session.h"
+#include "src/state/records.h"
 
 namespace k274 {
 
@@ -98,9 +98,9 @@ bool ExchangeParameters(K274_Parameters &block, uint8_t mode) {
         block.fields[i] = wire::Load32(packet.payload + 4 * i);
     if (mode == kReadBlock) {
         std::lock_guard guard(recordLock);
-        session.metadata.parameter0 = block.fields[0];
-        session.metadata.parameter1 = block.fields[1];
-        session.metadata.parameter3 = block.fields[3];
+        records.metadata.parameter0 = block.fields[0];
+        records.metadata.parameter1 = block.fields[1];
+        records.metadata.parameter3 = block.fields[3];
     }
     return true;
 }
@@ -117,7 +117,7 @@ bool ExchangeAfe(AfeRegisters &registers, uint8_t mode) {
     for (int i = 0; i < kAfeWords; ++i)
         registers.words[i] = wire::Load16(packet.payload + 2 * i);
     std::lock_guard guard(recordLock);
-    session.afe = registers;
+    records.afe = registers;
     return true;
 }
 

@@ -37,7 +37,7 @@ constexpr uint8_t kReadBlock = 0, kWriteParameters = 1, kWriteAfe = 2;
 /// @return false with an untouched block
 bool ExchangeParameters(K274_Parameters &block, uint8_t mode);
 
-/// Exchanges the AFE register block; the session keeps the scanner's answer. Takes the device lock.
+/// Exchanges the AFE register block; the records keep the scanner's answer. Takes the device lock.
 /// @return false, with untouched registers, when the exchange failed
 bool ExchangeAfe(AfeRegisters &registers, uint8_t mode);
 bool ReadAfeRegisters(AfeRegisters &registers);

@@ -6,7 +6,7 @@
 #include "src/maint/version.h"
 #include "src/state/flags.h"
 #include "src/state/locks.h"
-#include "src/state/session.h"
+#include "src/state/records.h"
 #include "wire/version.h"
 
 #include <algorithm>
@@ -108,7 +108,7 @@ ProgramResult ProgFpga(const char *path, bool eraseFirst) {
     bool known;
     {
         std::lock_guard record(recordLock);
-        known = session.version.firmware[0] != 0;
+        known = records.version.firmware[0] != 0;
     }
     if (!known) {
         log.Image("ProgFpga - USB error");

@@ -2,7 +2,7 @@
 
 #include "src/link/packet.h"
 #include "src/state/locks.h"
-#include "src/state/session.h"
+#include "src/state/records.h"
 #include "wire/version.h"
 
 #include <algorithm>
@@ -19,7 +19,7 @@ bool ReadVersion() {
     const bool read = FwCmd(packet);
 
     std::lock_guard guard(recordLock);
-    K274_Version &version = session.version;
+    K274_Version &version = records.version;
     if (!read) {
         version.serialNumber = 0;
         return false;

@@ -6,7 +6,7 @@
 #include "src/state/line_buffers.h"
 #include "src/state/locks.h"
 #include "src/state/measures.h"
-#include "src/state/session.h"
+#include "src/state/records.h"
 
 namespace k274 {
 
@@ -21,7 +21,7 @@ void CheckDust() {
     for (int row = 0; row < 4; ++row)
         CcdRawResp[row][kDustEntry + row] = static_cast<uint8_t>(measures.dustPerChannel[row]);
     std::lock_guard guard(recordLock);
-    session.metadata.dustCount = static_cast<uint16_t>(measures.dustCount);
+    records.metadata.dustCount = static_cast<uint16_t>(measures.dustCount);
 }
 
 void AnalyseUltraviolet() {

@@ -12,7 +12,6 @@
 #include "src/state/image_set.h"
 #include "src/state/line_buffers.h"
 #include "src/state/locks.h"
-#include "src/state/session.h"
 #include "src/state/settings.h"
 
 #include <algorithm>

@@ -17,7 +17,7 @@
 #include "src/state/line_buffers.h"
 #include "src/state/locks.h"
 #include "src/state/measures.h"
-#include "src/state/session.h"
+#include "src/state/pass_results.h"
 #include "src/state/settings.h"
 
 #include <cstring>
@@ -43,7 +43,7 @@ void Correct() {
 void CutImages() {
     ImageSet &images = imageSet;
     std::lock_guard guard(imageLock);
-    IrCrop(RawInfrared(), CorrectedInfrared(), session.position, settings.irEnhance != 0,
+    IrCrop(RawInfrared(), CorrectedInfrared(), passResults.position, settings.irEnhance != 0,
            {images.IrFr, K274_IR_HEIGHT, K274_IR_WIDTH}, {images.IrBk, K274_IR_HEIGHT, K274_IR_WIDTH});
 }
 
@@ -51,26 +51,26 @@ void CutImages() {
 
 bool XfrIR() {
     const int scan = state.scanCounter + 1;
-    session.irOk = false;
+    passResults.irOk = false;
     std::memset(IRr, kPreset, sizeof IRr);
     os::SleepMs(10);
     log.Image(Format("%05d, IR   Xfr[%d]...", scan, static_cast<int>(kIrChannel.packetBytes)));
 
     const int lines = kIrLinesPerPacket * FetchLines(kIrPass, StoreLines).packets;
 
-    session.irLevels = IrLevels(RawInfrared());
-    log.Image(Format("%05d, IR   xfr %d lines, %03d, %03d", scan, lines, session.irLevels.front,
-                     session.irLevels.back));
+    passResults.irLevels = IrLevels(RawInfrared());
+    log.Image(Format("%05d, IR   xfr %d lines, %03d, %03d", scan, lines, passResults.irLevels.front,
+                     passResults.irLevels.back));
     Correct();
     log.FlushDeferred();
-    session.irOk = lines >= kPassLines;
-    if (session.irOk) {
+    passResults.irOk = lines >= kPassLines;
+    if (passResults.irOk) {
         CutImages();
         IrResp(RawInfrared(), CorrectedInfrared(), CcdRawResp, CcdCorResp);
     }
     log.FlushDeferred();
     DebugLeds(kTransferLed, 0);
-    return session.irOk;
+    return passResults.irOk;
 }
 
 } // namespace k274

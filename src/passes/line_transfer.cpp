@@ -7,7 +7,7 @@
 #include "src/log/log.h"
 #include "src/maint/device_commands.h"
 #include "src/state/flags.h"
-#include "src/state/session.h"
+#include "src/state/records.h"
 #include "wire/status.h"
 
 namespace k274 {
@@ -27,7 +27,7 @@ Outcome SendRequest(const LineChannel &channel, int index, uint16_t lines) {
 
 // A failed attempt counts once, then the device is reset for the repetition.
 void Recover() {
-    ++session.transferErrors;
+    ++records.transferErrors;
     transport.ResetDevice();
 }
 

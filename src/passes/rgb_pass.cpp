@@ -19,7 +19,7 @@
 #include "src/state/line_buffers.h"
 #include "src/state/locks.h"
 #include "src/state/measures.h"
-#include "src/state/session.h"
+#include "src/state/pass_results.h"
 #include "src/state/settings.h"
 
 #include <cstring>
@@ -52,8 +52,8 @@ void Correct(bool recognised) {
 void CutImages() {
     ImageSet &images = imageSet;
     std::lock_guard guard(imageLock);
-    RgbCrop(RawColour(), CorrectedColour(), session.position, {images.NatFr, K274_NAT_HEIGHT, K274_NAT_WIDTH},
-            {images.NatBk, K274_NAT_HEIGHT, K274_NAT_WIDTH},
+    RgbCrop(RawColour(), CorrectedColour(), passResults.position,
+            {images.NatFr, K274_NAT_HEIGHT, K274_NAT_WIDTH}, {images.NatBk, K274_NAT_HEIGHT, K274_NAT_WIDTH},
             {images.Edge, K274_EDGE_HEIGHT, K274_EDGE_WIDTH});
 }
 
@@ -61,29 +61,29 @@ void CutImages() {
 
 bool XfrRgb() {
     const int scan = state.scanCounter + 1;
-    session.rgbOk = false;
+    passResults.rgbOk = false;
     log.Image(Format("%05d, RGB  Xfr[%d]...", scan, static_cast<int>(kRgbChannel.packetBytes)));
     std::memset(RGBr, kPreset, sizeof RGBr);
     os::SleepMs(10);
 
     const LinesFetched pass = FetchLines(kRgbPass, StoreLines);
 
-    session.rgbLevels = RgbLevels(RawColour());
+    passResults.rgbLevels = RgbLevels(RawColour());
     log.Image(Format("%05d, RGB  xfr %d lines, %03d, %03d", scan, kRgbLinesPerPacket * pass.packets,
-                     session.rgbLevels.front, session.rgbLevels.back));
+                     passResults.rgbLevels.front, passResults.rgbLevels.back));
     const bool recognised = WhiteTest(RawColour(), measures) && RecogniseWhiteCard();
     Correct(recognised);
     if (recognised)
         LogWhiteCard();
 
-    session.rgbOk = pass.index <= kPassIndex;
-    if (session.rgbOk) {
+    passResults.rgbOk = pass.index <= kPassIndex;
+    if (passResults.rgbOk) {
         CutImages();
         RgbResp(RawColour(), CcdRawResp);
         RgbCorResp(CorrectedColour(), CcdCorResp);
     }
     DebugLeds(kTransferLed, 0);
-    return session.rgbOk;
+    return passResults.rgbOk;
 }
 
 } // namespace k274

@@ -2,7 +2,7 @@
 
 #include "src/state/image_set.h"
 #include "src/state/locks.h"
-#include "src/state/session.h"
+#include "src/state/records.h"
 
 namespace k274 {
 
@@ -21,7 +21,7 @@ uint8_t CodeOf(uint8_t character) {
 } // namespace
 
 void WriteStripeMarker() {
-    const MagneticTrack &track = session.magnetic.tracks[1];
+    const MagneticTrack &track = records.magnetic.tracks[1];
     std::lock_guard guard(imageLock);
     uint8_t *mark = imageSet.IrFr;
     *mark++ = 1;

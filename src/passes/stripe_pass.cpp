@@ -9,7 +9,8 @@
 #include "src/state/image_set.h"
 #include "src/state/line_buffers.h"
 #include "src/state/locks.h"
-#include "src/state/session.h"
+#include "src/state/pass_results.h"
+#include "src/state/records.h"
 #include "src/state/settings.h"
 
 #include <cstring>
@@ -36,7 +37,7 @@ bool FetchBlock(int line) {
     }
     if (transport.ReadData(kBlockBytes).Ok())
         return true;
-    ++session.transferErrors;
+    ++records.transferErrors;
     transport.ResetDevice();
     if (SendBlockRequest(line) && transport.ReadData(kBlockBytes).Ok()) {
         log.Usb("MsrIrImg USB ReadImgPkt retry ok");
@@ -58,7 +59,7 @@ void MsrIrImg() {
     }
     const float contrast = StripeContrast(RawStripe());
     std::lock_guard guard(recordLock);
-    session.metadata.contrastRatio = contrast;
+    records.metadata.contrastRatio = contrast;
 }
 
 // A failed exchange leaves the record of the card before.
@@ -71,15 +72,15 @@ void ReadMagStripe() {
     MagneticRecord record;
     DecodeTracks(blocks, &record);
     std::lock_guard guard(recordLock);
-    session.magnetic = record;
+    records.magnetic = record;
 }
 
 } // namespace
 
 void XfrMS() {
     MsrIrImg();
-    session.rgbOk = false;
-    session.uvOk = false;
+    passResults.rgbOk = false;
+    passResults.uvOk = false;
     ReadMagStripe();
     DebugLeds(kTransferLed, 0);
 }

@@ -14,7 +14,8 @@
 #include "src/state/image_set.h"
 #include "src/state/line_buffers.h"
 #include "src/state/locks.h"
-#include "src/state/session.h"
+#include "src/state/pass_results.h"
+#include "src/state/records.h"
 #include "src/state/settings.h"
 
 #include <cstring>
@@ -41,7 +42,7 @@ UvOptions Options() {
 void CutImages() {
     ImageSet &images = imageSet;
     std::lock_guard guard(imageLock);
-    UvCropFront(CorrectedUltraviolet(), session.position.frontEdgeRow,
+    UvCropFront(CorrectedUltraviolet(), passResults.position.frontEdgeRow,
                 {images.UvFr, K274_UV_HEIGHT, K274_UV_WIDTH});
     UvCropBack(CorrectedUltraviolet(), {images.UvBk, K274_UV_HEIGHT, K274_UV_WIDTH});
 }
@@ -50,14 +51,14 @@ void CheckLamp() {
     const float lit = UvLedCheck({imageSet.UvBk, K274_UV_HEIGHT, K274_UV_WIDTH});
     if (lit < kUvLedMinPercent)
         log.Write(Format("UV  FPGA LED test %0.1f - Warning Uv %d", static_cast<double>(lit),
-                         ++session.uvLampWarnings));
+                         ++passResults.uvLampWarnings));
 }
 
 } // namespace
 
 bool XfrUV() {
     const int scan = state.scanCounter + 1;
-    session.uvOk = false;
+    passResults.uvOk = false;
     log.Image(Format("%05d, UV   Xfr[%d]...", scan, static_cast<int>(kUvChannel.packetBytes)));
     std::memset(UVr, kPreset, sizeof UVr);
     os::SleepMs(10);
@@ -65,25 +66,25 @@ bool XfrUV() {
     const int lines = kUvLinesPerPacket * FetchLines(kUvPass, StoreLines).packets;
 
     UvBrighten(RawUltraviolet());
-    session.uvLevels = UvLevels(RawUltraviolet());
-    log.Image(Format("%05d, UV   xfr %d lines, %03d, %03d", scan, lines, session.uvLevels.front,
-                     session.uvLevels.back));
+    passResults.uvLevels = UvLevels(RawUltraviolet());
+    log.Image(Format("%05d, UV   xfr %d lines, %03d, %03d", scan, lines, passResults.uvLevels.front,
+                     passResults.uvLevels.back));
     const UvMeasure measure = UvCorrect(Options(), ccdPix.fixUv, RawUltraviolet(), CorrectedUltraviolet());
     {
         std::lock_guard guard(recordLock);
-        session.metadata.uvWhiteRatio = measure.whiteRatio;
-        session.metadata.uvGain = measure.gain;
+        records.metadata.uvWhiteRatio = measure.whiteRatio;
+        records.metadata.uvGain = measure.gain;
     }
     log.FlushDeferred();
-    session.uvOk = lines >= kPassLines;
-    if (session.uvOk) {
+    passResults.uvOk = lines >= kPassLines;
+    if (passResults.uvOk) {
         CutImages();
         CheckLamp();
         RebuildScanHeader();
     }
     log.FlushDeferred();
     DebugLeds(kTransferLed, 0);
-    return session.uvOk;
+    return passResults.uvOk;
 }
 
 } // namespace k274

@@ -12,7 +12,7 @@
 #include "src/state/locks.h"
 #include "src/state/measures.h"
 #include "src/state/notify.h"
-#include "src/state/session.h"
+#include "src/state/records.h"
 #include "src/state/white_card_record.h"
 
 #include <cstring>
@@ -83,7 +83,7 @@ void HandleFactoryCard() {
     AfeRegisters current;
     {
         std::lock_guard guard(recordLock);
-        current = session.afe;
+        current = records.afe;
     }
     FactoryCalibrate(current, CcdRawResp, measures, calibration);
     if (calibration.calFlags != 0) {

@@ -9,8 +9,8 @@
 #include "src/state/image_set.h"
 #include "src/state/locks.h"
 #include "src/state/measures.h"
+#include "src/state/records.h"
 #include "src/state/scan_file_record.h"
-#include "src/state/session.h"
 #include "src/state/settings.h"
 
 #include <cstring>
@@ -28,7 +28,7 @@ struct ContentsGuard {
 };
 
 ScanContents Contents() {
-    return {&imageSet,         &session.magnetic, &barcode.record,
+    return {&imageSet,         &records.magnetic, &barcode.record,
             &CcdRawResp[0][0], &CcdCorResp[0][0], &ccdPix.resp[0][0]};
 }
 
@@ -51,13 +51,13 @@ void DescribeScanner(const K274_Version &version, ScanMetadata &metadata) {
 
 void ResetScanHeader() {
     std::lock_guard guard(recordLock);
-    BuildHeader(session.metadata, TimeNow(), scanFile.header);
+    BuildHeader(records.metadata, TimeNow(), scanFile.header);
 }
 
 void RebuildScanHeader() {
     std::lock_guard guard(recordLock);
-    DescribeScanner(session.version, session.metadata);
-    BuildHeader(session.metadata, TimeNow(), scanFile.header);
+    DescribeScanner(records.version, records.metadata);
+    BuildHeader(records.metadata, TimeNow(), scanFile.header);
     ShowInformation(scanFile.header);
 }
 
@@ -119,7 +119,7 @@ OpenResult OpenScan(const char *path, uint32_t *variant) {
     ShowInformation(scanFile.buffer);
     if (opened.loadable) {
         LoadScan(scanFile.buffer, opened, Contents(), scanFile.header);
-        TakeScanValues(scanFile.header, &session.metadata);
+        TakeScanValues(scanFile.header, &records.metadata);
     }
     return kOpened;
 }

@@ -10,7 +10,7 @@
 #include "src/state/locks.h"
 #include "src/state/monitor_record.h"
 #include "src/state/notify.h"
-#include "src/state/session.h"
+#include "src/state/records.h"
 
 namespace k274 {
 
@@ -30,7 +30,7 @@ void Disconnected() {
     state.linkState = kLinkDisconnected;
     {
         std::lock_guard guard(recordLock);
-        session.version.serialNumber = 0;
+        records.version.serialNumber = 0;
     }
     SetScanState(K274_STATE_DISCONNECTED);
 }

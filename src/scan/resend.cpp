@@ -17,7 +17,7 @@
 #include "src/state/locks.h"
 #include "src/state/measures.h"
 #include "src/state/notify.h"
-#include "src/state/session.h"
+#include "src/state/pass_results.h"
 #include "src/state/settings.h"
 #include "wire/status.h"
 
@@ -45,7 +45,7 @@ void ResendLastScan() {
     log.Blank();
     log.Image("Re-send last scan");
     settings.LoadSettings();
-    session.ClearCapture();
+    ClearCapture();
     Transfer(LoadCcdTables);
     if (!ccdPix.valid)
         log.Image("CCD illum table is not valid -rs");

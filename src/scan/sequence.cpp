@@ -30,7 +30,8 @@
 #include "src/state/measures.h"
 #include "src/state/monitor_record.h"
 #include "src/state/notify.h"
-#include "src/state/session.h"
+#include "src/state/pass_results.h"
+#include "src/state/records.h"
 #include "src/state/settings.h"
 #include "wire/status.h"
 
@@ -74,7 +75,7 @@ void Prepare() {
     monitor.cancelled = false;
     state.irProgress = -1;
     settings.LoadSettings();
-    session.ClearCapture();
+    ClearCapture();
     {
         DeviceGuard guard(deviceLock);
         LoadCcdTables();
@@ -103,7 +104,7 @@ void TakeStripe() {
         XfrMS();
     }
     // Written by this thread alone, so that it reads without the lock.
-    const MagneticRecord &magnetic = session.magnetic;
+    const MagneticRecord &magnetic = records.magnetic;
     log.Image(Format("%05d, MS%s %d:%d:%d", state.scanCounter + 1, StripeMark(magnetic),
                      magnetic.tracks[0].count, magnetic.tracks[1].count, magnetic.tracks[2].count));
     SetScanState(K274_STATE_STRIPE_TAKEN);
@@ -117,7 +118,7 @@ bool TransferRgb() {
     {
         DeviceGuard guard(deviceLock);
         transferred = XfrRgb();
-        AfeRegisters current; // the session keeps them for the calibration
+        AfeRegisters current; // the records keep them for the calibration
         if (measures.cardClass == kMaintenanceClass)
             ReadAfeRegisters(current);
     }
@@ -129,8 +130,8 @@ bool TransferRgb() {
 }
 
 void Measure() {
-    session.measure = MeasureCard(RawColour());
-    ShowCardWidth(static_cast<uint32_t>(session.measure.width));
+    passResults.measure = MeasureCard(RawColour());
+    ShowCardWidth(static_cast<uint32_t>(passResults.measure.width));
     PublishMeasure();
     SetScanState(K274_STATE_CARD_MEASURED);
     if (measures.cardClass >= 0)
@@ -210,7 +211,7 @@ bool TransferLast() {
 }
 
 void CheckLength() {
-    LengthResults &length = session.length;
+    LengthResults &length = passResults.length;
     if (state.lastScanMode == kLastScanUltraviolet) {
         length = LengthCheck(RawColour(), RawInfrared(), RawUltraviolet());
     } else {
@@ -220,9 +221,9 @@ void CheckLength() {
     }
     {
         std::lock_guard guard(recordLock);
-        session.status.rgbDeviation = length.rgb;
-        session.status.irDeviation = length.ir;
-        session.status.uvDeviation = length.uv;
+        records.status.rgbDeviation = length.rgb;
+        records.status.irDeviation = length.ir;
+        records.status.uvDeviation = length.uv;
     }
     if (length.mismatch)
         SetScanState(K274_STATE_LENGTH_MISMATCH);

@@ -11,7 +11,7 @@
 #include "src/state/flags.h"
 #include "src/state/locks.h"
 #include "src/state/notify.h"
-#include "src/state/session.h"
+#include "src/state/records.h"
 #include "wire/status.h"
 #include "wire/version.h"
 
@@ -88,16 +88,16 @@ void CompareFirmware(const uint8_t (&firmware)[3]) {
 void CheckVersions(const DecoderVersion &found) {
     {
         std::lock_guard guard(recordLock);
-        std::copy(std::begin(wire::kVersion), std::end(wire::kVersion), session.version.library);
-        session.version.barcodeLibrary[0] = static_cast<uint8_t>(found.major);
-        session.version.barcodeLibrary[1] = static_cast<uint8_t>(found.minor);
+        std::copy(std::begin(wire::kVersion), std::end(wire::kVersion), records.version.library);
+        records.version.barcodeLibrary[0] = static_cast<uint8_t>(found.major);
+        records.version.barcodeLibrary[1] = static_cast<uint8_t>(found.minor);
     }
     log.Write(Format("init,    SD2      ver %d.%d", found.major, found.minor));
     log.Write(VersionLine("DLL     ", wire::kVersion));
     if (!ReadVersion())
         return;
     // Written by this thread alone, so that it reads without the lock.
-    const K274_Version &version = session.version;
+    const K274_Version &version = records.version;
     log.Write(VersionLine("Firmware", version.firmware));
     log.Write(Format("init,    FPGA     ver %d.%d", version.fpga[0], version.fpga[1]));
     log.Write(Format("init,    Hardware ver %d", version.hardware));
@@ -124,7 +124,7 @@ bool SyncFirmware() {
         return false;
     }
     // Written by the polling thread alone, which this is.
-    if (session.status.device17 == wire::status::kProgramming)
+    if (records.status.device17 == wire::status::kProgramming)
         return false;
     log.Write("fwupg,   Syncing firmware to DLL's version...");
     ProgFlash(nullptr);

@@ -7,7 +7,8 @@
 #include "src/state/locks.h"
 #include "src/state/monitor_record.h"
 #include "src/state/notify.h"
-#include "src/state/session.h"
+#include "src/state/pass_results.h"
+#include "src/state/records.h"
 #include "wire/status.h"
 
 namespace k274 {
@@ -37,17 +38,17 @@ void FlushRequests() {
 
 // recordLock is held.
 void CopyMeasure(K274_Status &record) {
-    record.cardWidth = static_cast<uint16_t>(session.measure.width);
-    record.frontHeight = static_cast<uint16_t>(session.measure.frontHeight);
-    record.backHeight = static_cast<uint16_t>(session.measure.backHeight);
-    record.topEdge = static_cast<uint16_t>(session.measure.top);
-    record.backOffset = static_cast<uint16_t>(session.measure.backOffset);
+    record.cardWidth = static_cast<uint16_t>(passResults.measure.width);
+    record.frontHeight = static_cast<uint16_t>(passResults.measure.frontHeight);
+    record.backHeight = static_cast<uint16_t>(passResults.measure.backHeight);
+    record.topEdge = static_cast<uint16_t>(passResults.measure.top);
+    record.backOffset = static_cast<uint16_t>(passResults.measure.backOffset);
 }
 
 void TakeReply(const uint8_t *reply) {
     using namespace wire::status;
     std::lock_guard guard(recordLock);
-    K274_Status &record = session.status;
+    K274_Status &record = records.status;
     record.device5 = reply[kActivity];
     record.statusWord = wire::Load16(reply + kWord);
     record.device17 = reply[kJob];
@@ -69,7 +70,7 @@ void TakeReply(const uint8_t *reply) {
 int32_t ReadStatus() {
     {
         std::lock_guard guard(recordLock);
-        session.status.statusWord = kNoStatus;
+        records.status.statusWord = kNoStatus;
     }
     CmdPkt poll(command::kStatusPoll);
     poll.word1 = wire::kStatusBytes;
@@ -106,7 +107,7 @@ int32_t PollStatus() {
 
 void PublishMeasure() {
     std::lock_guard guard(recordLock);
-    CopyMeasure(session.status);
+    CopyMeasure(records.status);
 }
 
 } // namespace k274

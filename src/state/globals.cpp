@@ -16,8 +16,9 @@
 #include "src/state/measures.h"
 #include "src/state/monitor_record.h"
 #include "src/state/notify.h"
+#include "src/state/pass_results.h"
+#include "src/state/records.h"
 #include "src/state/scan_file_record.h"
-#include "src/state/session.h"
 #include "src/state/settings.h"
 #include "src/state/white_card_record.h"
 
@@ -58,7 +59,8 @@ Calibration calibration;
 // Objects that are built, in this order.
 CcdPix ccdPix;
 ScanMeasures measures;
-DeviceSession session;
+Records records;
+PassResults passResults;
 Transport transport;
 Log log;
 ImageSet imageSet;

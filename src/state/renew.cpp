@@ -11,7 +11,8 @@
 #include "src/state/measures.h"
 #include "src/state/monitor_record.h"
 #include "src/state/notify.h"
-#include "src/state/session.h"
+#include "src/state/pass_results.h"
+#include "src/state/records.h"
 #include "src/state/settings.h"
 #include "src/state/white_card_record.h"
 
@@ -41,7 +42,8 @@ void RenewState() {
     Renew(ccdPix);
     Renew(measures);
     Renew(calibration);
-    Renew(session);
+    Renew(records);
+    Renew(passResults);
     Renew(transport);
     Renew(log);
     Renew(settings);

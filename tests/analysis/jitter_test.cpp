@@ -10,7 +10,7 @@
 #include "src/state/flags.h"
 #include "src/state/image_set.h"
 #include "src/state/measures.h"
-#include "src/state/session.h"
+#include "src/state/records.h"
 #include "tests/support/data.h"
 #include "tests/support/images.h"
 #include "tests/support/library_fixture.h"
@@ -153,7 +153,7 @@ struct JitterSeriesTest : LibraryTest {
             std::lock_guard guard(barcode.lock);
             barcode.record = read;
         }
-        session.version.serialNumber = scanner;
+        records.version.serialNumber = scanner;
         std::memset(imageSet.NatBk, 0, sizeof imageSet.NatBk);
         for (int row = 0; row < K274_NAT_HEIGHT; row++)
             for (int column = 500; column < 500 + columns; column++)

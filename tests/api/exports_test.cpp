@@ -4,7 +4,7 @@
 #include "platform/os/os.h"
 #include "src/maint/rig.h"
 #include "src/state/flags.h"
-#include "src/state/session.h"
+#include "src/state/records.h"
 #include "src/state/settings.h"
 #include "tests/support/scenario.h"
 #include "tests/support/transcript.h"
@@ -51,13 +51,13 @@ std::string Values(const Option &options) {
 }
 
 void TellKept() {
-    using k274::session;
+    using k274::records;
     std::ostringstream text;
     text << "login " << int{k274::state.loginFlag} << ", last scan " << k274::state.lastScanMode
          << ", illumination" << Values(k274::settings.illumination) << ", ultraviolet"
          << Values(k274::settings.uvOption) << ", infrared " << k274::settings.irEnhance << ", parameters "
-         << session.metadata.parameter0 << ' ' << session.metadata.parameter1 << ' '
-         << session.metadata.parameter3 << ", red gain " << session.afe.words[0];
+         << records.metadata.parameter0 << ' ' << records.metadata.parameter1 << ' '
+         << records.metadata.parameter3 << ", red gain " << records.afe.words[0];
     transcript::Note(text.str());
 }
 

@@ -3,7 +3,6 @@
 
 #include "src/common/running.h"
 #include "src/state/flags.h"
-#include "src/state/session.h"
 #include "tests/support/library_fixture.h"
 
 #include <gmock/gmock.h>

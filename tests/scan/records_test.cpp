@@ -7,7 +7,8 @@
 #include "src/scan/startup.h"
 #include "src/scan/status.h"
 #include "src/state/flags.h"
-#include "src/state/session.h"
+#include "src/state/pass_results.h"
+#include "src/state/records.h"
 #include "tests/support/library_fixture.h"
 #include "wire/bytes.h"
 
@@ -34,7 +35,7 @@ TEST_F(RecordsTest, StatusTakesTheReplyFieldByField) {
         reply.bytes[4] = 0;
         return reply;
     };
-    k274::session.measure = {3, 4, 1856, 1169, 1170, 0.f};
+    k274::passResults.measure = {3, 4, 1856, 1169, 1170, 0.f};
     EXPECT_EQ(k274::PollStatus(), 107 << 8 | 106);
     uint8_t record[80];
     std::memset(record, 0xEE, sizeof record);
@@ -94,8 +95,8 @@ TEST_F(RecordsTest, StripeImageAndTracksOutliveFaults) {
     } cases[] = {{7, 0, 0, 20, true}, {7, 3, 1, 20, true}, {7, 3, 2, 2, true}, {0x20, 1, 1, 20, false}};
     for (const auto &c : cases) {
         SCOPED_TRACE(c.blocks);
-        k274::session.ClearCapture();
-        k274::session.magnetic.tracks[1].bits[0] = 77;
+        k274::ClearCapture();
+        k274::records.magnetic.tracks[1].bits[0] = 77;
         int reads = 0;
         TheDriver().onRead = [&](const Sent &last, uint32_t size) {
             if (last.code == c.code && ++reads >= c.first && reads < c.first + c.count)

@@ -14,7 +14,6 @@
 #include "src/state/measures.h"
 #include "src/state/monitor_record.h"
 #include "src/state/renew.h"
-#include "src/state/session.h"
 #include "src/state/settings.h"
 #include "tests/support/system.h"
 #include "tests/support/transcript.h"

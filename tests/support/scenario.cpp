@@ -21,7 +21,7 @@
 #include "src/state/image_set.h"
 #include "src/state/monitor_record.h"
 #include "src/state/notify.h"
-#include "src/state/session.h"
+#include "src/state/records.h"
 #include "tests/support/data.h"
 #include "tests/support/transcript.h"
 
@@ -358,10 +358,10 @@ void Scenario::MaintenanceSteps() {
         in >> name;
         std::ofstream(name, std::ios::binary) << std::string(NextAs<size_t>(in), 'i');
     };
-    steps["forget-versions"] = [](In &) { k274::session.version = {}; };
+    steps["forget-versions"] = [](In &) { k274::records.version = {}; };
     steps["hold-off"] = [](In &in) { state.firmwareHoldOff = NextAs<int32_t>(in); };
     steps["sync-firmware"] = [](In &in) {
-        k274::session.status.device17 = NextAs<uint16_t>(in);
+        k274::records.status.device17 = NextAs<uint16_t>(in);
         TellBool(k274::SyncFirmware());
         Tell("hold-off " + std::to_string(state.firmwareHoldOff));
     };

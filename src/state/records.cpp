@@ -1,0 +1,16 @@
+#include "src/state/records.h"
+
+#include "src/state/locks.h"
+
+namespace k274 {
+
+void ClearMagnetic() {
+    std::lock_guard guard(recordLock);
+    for (MagneticTrack &track : records.magnetic.tracks) {
+        const uint8_t error = track.error;
+        track = {};
+        track.error = error;
+    }
+}
+
+} // namespace k274
