@@ -42,7 +42,7 @@ TEST_F(BmpTest, FilesByteByByte) {
         for (int i = 0; i < 256 && !c.colour; ++i)
             expected += std::string(3, static_cast<char>(i)) + '\0';
         expected += pixels.substr(0, static_cast<size_t>(c.rows * c.columns * (c.colour ? 3 : 1)));
-        EXPECT_TRUE(FileText(path) == expected);
+        EXPECT_TRUE(ReadText(path) == expected);
     }
     EXPECT_FALSE(WriteBmp24({bytes, 1, 4}, (folder + "absent/image.bmp").c_str()));
     EXPECT_FALSE(WriteBmp8({bytes, 1, 4}, folder.c_str()));
@@ -88,7 +88,7 @@ TEST_F(BmpTest, SelectorsWriteTheirImagesAndAllAreMarked) {
         std::string expected(c.size, static_cast<char>(c.selector));
         for (size_t i = 0; i < c.mark.count; ++i)
             expected[c.mark.first + i * c.mark.step] = c.mark.value;
-        const std::string file = FileText(folder + c.name);
+        const std::string file = ReadText(folder + c.name);
         EXPECT_EQ(file.size(), c.size + c.head) << c.name;
         EXPECT_TRUE(file.substr(std::min(file.size(), c.head)) == expected) << c.name;
         EXPECT_TRUE(fs::remove(folder + c.name));

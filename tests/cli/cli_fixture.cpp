@@ -158,7 +158,7 @@ void ExpectGolden(const std::string &name, json value) {
     Steady(value);
     const std::string file = "cli/golden/" + name;
 #ifdef K274_SLOW_BUILD
-    json kept = json::parse(FileText(K274_SOURCE_DIR "/tests/" + file));
+    json kept = json::parse(ReadText(K274_SOURCE_DIR "/tests/" + file));
     Steady(kept);
     EXPECT_EQ(kept, value);
 #else

@@ -41,7 +41,7 @@ TEST_F(Cli, ScansCardsIntoNumberedFolders) {
                     ElementsAre("back.png", "edge.png", "front.png", "ir-back.png", "ir-front.png",
                                 "responses.csv", "scan.json", "scan.log", "scan.tif", "stripe-bleed.png",
                                 "stripe.png", "uv-back.png", "uv-front.png"));
-        const json scan = json::parse(FileText(out / "scan.json"));
+        const json scan = json::parse(ReadText(out / "scan.json"));
         EXPECT_EQ(scan, told.at("result"));
         ExpectGolden("scan-" + out.filename().string() + ".json", scan);
         for (const json &image : scan.at("images")) {
@@ -57,10 +57,10 @@ TEST_F(Cli, ScansCardsIntoNumberedFolders) {
             last = state.at("ms");
         }
     }
-    EXPECT_NE(FileText(In("out/001/front.png")), FileText(In("out/002/front.png")));
-    EXPECT_THAT(FileText(In("log/K274dll.log")), HasSubstr("init,    DLL      ver 2.3.7"));
-    EXPECT_THAT(FileText(In("out/001/scan.log")), StartsWith("00001,"));
-    EXPECT_THAT(FileText(In("out/002/scan.log")),
+    EXPECT_NE(ReadText(In("out/001/front.png")), ReadText(In("out/002/front.png")));
+    EXPECT_THAT(ReadText(In("log/K274dll.log")), HasSubstr("init,    DLL      ver 2.3.7"));
+    EXPECT_THAT(ReadText(In("out/001/scan.log")), StartsWith("00001,"));
+    EXPECT_THAT(ReadText(In("out/002/scan.log")),
                 AllOf(HasSubstr("00002, UV   Xfr"), Not(HasSubstr("00001, UV   Xfr"))));
 }
 
@@ -122,7 +122,7 @@ TEST_F(Cli, SignalsCloseTheLibrary) {
         program.Signal(c.signal);
         const Outcome run = program.Wait();
         EXPECT_EQ(run.status, c.status) << run.err;
-        EXPECT_THAT(FileText(In("device.log")), HasSubstr("0x17 close"));
+        EXPECT_THAT(ReadText(In("device.log")), HasSubstr("0x17 close"));
         if (fs::exists(In("out")))
             EXPECT_THAT(Names(In("out")), IsEmpty());
     }

@@ -24,7 +24,7 @@ TEST_F(Cli, CalibratesAndReports) {
     EXPECT_EQ(rounds.back().at("state"), 37);
 
     result({"report", In("out"), "--out", In("page.html")});
-    EXPECT_THAT(FileText(In("page.html")),
+    EXPECT_THAT(ReadText(In("page.html")),
                 AllOf(HasSubstr("id=\"workshop\""), HasSubstr("factory verification finished"),
                       HasSubstr("red B</text>"), HasSubstr("Jitter"), Not(HasSubstr("{{"))));
     result({"flash", "--format", "--yes"}); // for the tests behind this one
@@ -38,7 +38,7 @@ TEST_F(Cli, WritesWhatItFetchesForTheWorkshop) {
     EXPECT_GT(Result({"focus", "--virtual", "--out", In("out")}, "focus").at("sharpness"), 1);
     EXPECT_EQ(K274({"userdata", "write", "bench 4", "--yes", "--virtual"}).status, 0);
     EXPECT_EQ(K274({"userdata", "read", "--virtual", "--out", In("record")}).status, 0);
-    EXPECT_EQ(FileText(In("record")), "bench 4" + std::string(121, '\0'));
+    EXPECT_EQ(ReadText(In("record")), "bench 4" + std::string(121, '\0'));
 }
 
 } // namespace

@@ -57,7 +57,7 @@ bool Process::Ended() {
 }
 
 bool Process::WaitFor(const std::string &text) {
-    const auto isThere = [&] { return FileText(folder_.File("out")).find(text) != std::string::npos; };
+    const auto isThere = [&] { return ReadText(folder_.File("out")).find(text) != std::string::npos; };
     WithinAMinute([&] { return isThere() || Ended(); });
     return isThere();
 }
@@ -70,6 +70,6 @@ Outcome Process::Wait() {
         Signal(SIGKILL);
         WithinAMinute(ended);
     }
-    return {WIFEXITED(how_) ? WEXITSTATUS(how_) : 1000 + WTERMSIG(how_), FileText(folder_.File("out")),
-            FileText(folder_.File("err"))};
+    return {WIFEXITED(how_) ? WEXITSTATUS(how_) : 1000 + WTERMSIG(how_), ReadText(folder_.File("out")),
+            ReadText(folder_.File("err"))};
 }

@@ -50,7 +50,7 @@ TEST_F(SavedScan, IsReadBackFromItsFile) {
                 ElementsAre("back.png", "front.png", "ir-back.png", "ir-front.png", "responses.csv",
                             "stripe-bleed.png", "uv-back.png", "uv-front.png"));
     for (const std::string &name : Names(In("opened")))
-        EXPECT_TRUE(FileText(folder / "opened" / name) == FileText(folder / "scan" / name)) << name;
+        EXPECT_TRUE(ReadText(folder / "opened" / name) == ReadText(folder / "scan" / name)) << name;
     EXPECT_THAT(K274({"open", In("scan/scan.tif")}).out,
                 AllOf(HasSubstr("DCS family name             QUILLON-MARSH\n"),
                       HasSubstr("DBB date of birth           09141992 (1992-09-14)\n")));
@@ -62,11 +62,11 @@ TEST_F(SavedScan, IsReadBackFromItsFile) {
 }
 
 TEST_F(SavedScan, IsReportedOnOnePage) {
-    const std::string page = FileText(In("scan/report.html"));
+    const std::string page = ReadText(In("scan/report.html"));
     EXPECT_THAT(page, AllOf(HasSubstr("09141992"), HasSubstr("date of birth"), HasSubstr("1992-09-14"),
                             HasSubstr("UV   Xfr"), Not(HasSubstr("{{")), Not(HasSubstr("http:"))));
     ASSERT_EQ(K274({"report", In("scan"), "--out", In("again.html")}).status, 0);
-    EXPECT_TRUE(FileText(In("again.html")) == page);
+    EXPECT_TRUE(ReadText(In("again.html")) == page);
     ASSERT_EQ(K274({"report", In("scan/scan.tif"), "--out", In("file.html")}).status, 0);
     EXPECT_LT(fs::file_size(In("file.html")), 25000000u);
 }
@@ -75,7 +75,7 @@ TEST_F(SavedScan, IsReportedOnOnePage) {
 TEST_F(SavedScan, ItsPageWorksInABrowser) {
     if (!fs::exists("/usr/bin/chromium"))
         GTEST_SKIP() << "*** chromium is not installed: the report was not looked at by a browser ***";
-    WriteText(In("page.html"), Changed(FileText(In("scan/report.html")), "</body>",
+    WriteText(In("page.html"), Changed(ReadText(In("scan/report.html")), "</body>",
                                        "<script>addEventListener('load', function () {"
                                        "document.querySelector('figure button').click();"
                                        "document.querySelector('[data-do=next]').click();"
@@ -128,16 +128,16 @@ TEST_F(Cli, DecodesPictures) {
 
 TEST_F(Cli, SendsAScanAgainWithOtherOptions) {
     Scan(In("scan"), {"--mode", "rgb", "--illum", "6"});
-    const std::string uncorrected = FileText(In("scan/front.png"));
+    const std::string uncorrected = ReadText(In("scan/front.png"));
     const json again = Result({"resend", "--card", Sample("licence"), "--speed", "0", "--seed", "3", "--out",
                                In("again"), "--mode", "rgb", "--illum", "6"},
                               "scan")
                            .at("result");
     EXPECT_EQ(again.at("options").at("illum"), 6);
     EXPECT_EQ(again.at("states").at(0).at("state"), 2);
-    EXPECT_TRUE(FileText(In("again/front.png")) == uncorrected);
+    EXPECT_TRUE(ReadText(In("again/front.png")) == uncorrected);
     Scan(In("scan"), {"--mode", "rgb"});
-    EXPECT_FALSE(FileText(In("scan/front.png")) == uncorrected);
+    EXPECT_FALSE(ReadText(In("scan/front.png")) == uncorrected);
 }
 
 } // namespace

@@ -78,13 +78,13 @@ const std::map<std::string, Verb> kVerbs = {
     {"fill",
      quiet([](auto &, const Words &words) { WriteText(words[0], std::string(std::stoul(words[1]), 'x')); })},
     {"edit", quiet([](auto &, const Words &words) {
-         WriteText(words[0], Replaced(FileText(words[0]), words[1], words[2]));
+         WriteText(words[0], Replaced(ReadText(words[0]), words[1], words[2]));
      })},
     {"folder", quiet([](auto &, const Words &words) { fs::create_directories(words[0]); })},
     {"link", quiet([](auto &, const Words &words) { fs::create_directory_symlink(words[1], words[0]); })},
     {"list", [](auto &, const Words &words) { return List(words[0]); }},
-    {"show", [](auto &, const Words &words) { return FileText(words[0]) + "\n"; }},
-    {"count", [](auto &, const Words &words) { return Count(FileText(words[0]), words[1]); }},
+    {"show", [](auto &, const Words &words) { return ReadText(words[0]) + "\n"; }},
+    {"count", [](auto &, const Words &words) { return Count(ReadText(words[0]), words[1]); }},
     // for the next command: the scanner's faults, its transport's jitter, the size of files
     {"unplug", quiet([](auto &, const Words &) { VS_Unplug(); })},
     {"fail-lines", quiet([](auto &, const Words &) { FailLines(VS_FAULT_STATUS, 0); })},
@@ -131,7 +131,7 @@ std::string Transcript::Play(const std::string &line) {
 
 TEST_P(Transcript, IsWhatK274Says) {
     const std::string file = kTranscripts + GetParam();
-    std::istringstream stream(FileText(kTests + file));
+    std::istringstream stream(ReadText(kTests + file));
     std::string played;
     for (std::string line; std::getline(stream, line);) {
         if (line.empty() || line.rfind("    ", 0) == 0)

@@ -36,7 +36,7 @@ TEST_F(LogTest, LinesCarryNumberTimeAndCategory) {
     k274::running = false;
     k274::log.Write("dropped");
     k274::log.Write("WDU_Init-64 Error 5"); // only this is written while nothing runs
-    EXPECT_THAT(FileText(LogFile()),
+    EXPECT_THAT(ReadText(LogFile()),
                 WholeMatches("00001,[0-6]:[0-9][0-9]:[0-9][0-9]:[0-9][0-9].[0-9][0-9], plain\r\n"
                              "00002,.{13}, usb,     Reset Pipe OK\r\n"
                              "00003,.{13}, image,   x\r\n"

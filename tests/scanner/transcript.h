@@ -16,7 +16,7 @@ using Lines = std::vector<std::string>;
 /// @param name  of the file, below tests/
 template <typename Play>
 void ExpectTranscript(const std::string &name, Play play) {
-    std::istringstream stream(FileText(K274_SOURCE_DIR "/tests/" + name));
+    std::istringstream stream(ReadText(K274_SOURCE_DIR "/tests/" + name));
     std::string played;
     Lines scenario;
     for (std::string line; !stream.eof();) {

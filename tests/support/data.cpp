@@ -31,11 +31,6 @@ std::string Column(const std::string &text) {
 
 } // namespace
 
-std::string FileText(const std::string &path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
 std::vector<std::vector<std::string>> Table(const std::string &name) {
     std::ifstream file(kTests + name);
     EXPECT_TRUE(file) << name;
@@ -68,5 +63,5 @@ void ExpectKept(const std::string &name, const std::string &text) {
     const char *renew = std::getenv("K274_RENEW");
     if (renew != nullptr && std::string(renew) == "1")
         std::ofstream(kTests + name, std::ios::binary) << text;
-    EXPECT_EQ(FileText(kTests + name), text) << name;
+    EXPECT_EQ(ReadText(kTests + name), text) << name;
 }

@@ -1,14 +1,13 @@
 // What tests keep as text files beside them: tables of cases, and outputs that are compared as a whole.
 #pragma once
 
+#include "tests/support/files.h"
+
 #include <cstdint>
 #include <iomanip>
 #include <sstream>
 #include <string>
 #include <vector>
-
-/// A file's bytes; empty when there is none.
-std::string FileText(const std::string &path);
 
 /// The rows of a table under tests/: columns parted by '|', blanks around them taken off; \n and \xNN stand
 /// for bytes. Empty lines and those that begin with "# " are left out.

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -34,13 +34,14 @@ private:
 
 /// Empty for a file that is not there.
 inline std::string ReadText(const std::filesystem::path &file) {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
+    std::ostringstream text;
+    text << std::ifstream(file, std::ios::binary).rdbuf();
+    return text.str();
 }
 
 inline std::vector<uint8_t> ReadBytes(const std::filesystem::path &file) {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
+    const std::string text = ReadText(file);
+    return {text.begin(), text.end()};
 }
 
 inline void WriteText(const std::filesystem::path &file, const std::string &text) {

@@ -398,7 +398,7 @@ void Scenario::Play(const std::string &file) {
     PassSteps();
     ScanSteps();
     MaintenanceSteps();
-    const std::string kept = FileText(K274_SOURCE_DIR "/tests/" + file);
+    const std::string kept = ReadText(K274_SOURCE_DIR "/tests/" + file);
     ASSERT_NE(kept, "") << file;
     std::istringstream lines(kept);
     std::string played;

@@ -30,7 +30,7 @@ const struct {
 std::map<std::string, std::string> Pieces() {
     std::map<std::string, std::string> pieces;
     for (const auto &[name, get, size] : kImages)
-        pieces[name].assign(get(), get() + size);
+        pieces[name].assign(reinterpret_cast<const char *>(get()), size);
     pieces["magnetic"].resize(384);
     K274_GetMag(pieces["magnetic"].data());
     pieces["barcode"].resize(3192);
@@ -57,7 +57,7 @@ TEST_F(ScanFileTest, OpeningGivesBackEveryBufferOrChangesNothing) {
     auto scanned = Pieces();
     std::ofstream(Path("a.tif")) << "an earlier file";
     ASSERT_EQ(K274_Save(Path("a.tif").c_str()), 0);
-    const std::string saved = FileText(Path("a.tif"));
+    const std::string saved = ReadText(Path("a.tif"));
     EXPECT_EQ(saved.size(), 22915520u);
     std::string information(256, 0);
     K274_GetInfo(information.data());
@@ -100,7 +100,7 @@ TEST_F(ScanFileTest, OpeningGivesBackEveryBufferOrChangesNothing) {
     }
     // A save of what was opened is the same file.
     ASSERT_EQ(K274_Save(Path("b.tif").c_str()), 0);
-    EXPECT_TRUE(FileText(Path("b.tif")) == saved);
+    EXPECT_TRUE(ReadText(Path("b.tif")) == saved);
     uint32_t variant = 99;
     EXPECT_EQ(K274_Open(Path("absent.tif").c_str(), &variant), -1);
     EXPECT_EQ(variant, 0u);

@@ -152,7 +152,7 @@ std::string OutputOf(const std::string &command, const std::string &file) {
     const std::string output = file + ".txt";
     if (std::system((command + " " + file + " > " + output + " 2>&1").c_str()) == -1)
         return "";
-    return FileText(output);
+    return ReadText(output);
 }
 
 // The name and the software of the scan are kept at their places, though texts this short would lie in the
