@@ -16,6 +16,7 @@
 #include "src/state/settings.h"
 #include "src/state/white_card_record.h"
 
+#include <cstring>
 #include <new>
 
 namespace k274 {
@@ -42,6 +43,8 @@ void RenewState() {
     Renew(ccdPix);
     Renew(measures);
     Renew(calibration);
+    std::memset(CcdRawResp, 0, sizeof CcdRawResp);
+    std::memset(CcdCorResp, 0, sizeof CcdCorResp);
     Renew(records);
     Renew(passResults);
     Renew(transport);

@@ -239,7 +239,11 @@ void Scenario::TransportSteps() {
         CmdPkt &data = command(in);
         TellHex(transport.SendCmdData(data, NextAs<uint32_t>(in)).status);
     };
-    steps["write"] = [](In &in) { TellRead(transport.WritePacket(NextAs<uint32_t>(in))); };
+    steps["write"] = [](In &in) {
+        const auto size = NextAs<uint32_t>(in);
+        std::fill_n(transport.DataToWrite(), size, uint8_t{3});
+        TellRead(transport.WritePacket(size));
+    };
     steps["read-header"] = [](In &) { TellRead(transport.ReadPacketHdr(packet)); };
     steps["read"] = [](In &in) { TellRead(transport.ReadData(NextAs<uint32_t>(in))); };
     steps["read-image"] = [](In &in) {
