@@ -65,8 +65,8 @@ TEST_F(Cli, ScansCardsIntoNumberedFolders) {
 }
 
 TEST_F(Cli, WatchShowsEveryState) {
-    const Outcome run = K274({"watch", "--cards", Sample("white"), "--speed", "0", "--timeout", "3",
-                              "--json"}); // one card, itself
+    const Outcome run = K274({"watch", "--cards", Sample("white"), "--speed", "0", "--timeout",
+                              kBarcodesInTime ? "4" : "10", "--json"}); // one card, itself
     ASSERT_EQ(run.status, 0) << run.err;
     std::vector<int> states;
     for (const json &line : JsonLines(run.out)) {

@@ -15,7 +15,8 @@ TEST_F(Cli, CalibratesAndReports) {
     };
     result({"scan", "--card", Sample("white"), "--no-barcodes", "--out", In("out")});
     EXPECT_GE(result({"still", "--out", In("out")}).at("result").at("verdict"), 0);
-    result({"jitter", "--card", Sample("jitter-test"), "--out", In("out")});
+    if (kBarcodesInTime)
+        result({"jitter", "--card", Sample("jitter-test"), "--out", In("out")});
     result({"afe", "--set", "redGain=200", "--store", "--yes"});
     const json done = result({"calibrate", "--card", Sample("white-f"), "--out", In("out"), "--yes"});
     const json rounds = done.at("result").at("rounds");
@@ -24,9 +25,10 @@ TEST_F(Cli, CalibratesAndReports) {
     EXPECT_EQ(rounds.back().at("state"), 37);
 
     result({"report", In("out"), "--out", In("page.html")});
-    EXPECT_THAT(ReadText(In("page.html")),
-                AllOf(HasSubstr("id=\"workshop\""), HasSubstr("factory verification finished"),
-                      HasSubstr("red B</text>"), HasSubstr("Jitter"), Not(HasSubstr("{{"))));
+    const std::string page = ReadText(In("page.html"));
+    EXPECT_EQ(page.find("Jitter test") != std::string::npos, kBarcodesInTime);
+    EXPECT_THAT(page, AllOf(HasSubstr("id=\"workshop\""), HasSubstr("factory verification finished"),
+                            HasSubstr("red B</text>"), Not(HasSubstr("{{"))));
     result({"flash", "--format", "--yes"}); // for the tests behind this one
     WriteText(In("out/still.json"), "{");
     EXPECT_EQ(K274({"report", In("out"), "--out", In("page.html")}).status, 12);
