@@ -8,7 +8,8 @@
 
 namespace {
 
-const std::string kTests = K274_SOURCE_DIR "/tests/";
+// A literal: tables are read while other objects are still being built.
+constexpr char kTests[] = K274_SOURCE_DIR "/tests/";
 
 /// The column without blanks around it, its escapes resolved.
 std::string Column(const std::string &text) {
@@ -32,7 +33,7 @@ std::string Column(const std::string &text) {
 } // namespace
 
 std::vector<std::vector<std::string>> Table(const std::string &name) {
-    std::ifstream file(kTests + name);
+    std::ifstream file(std::string(kTests) + name);
     EXPECT_TRUE(file) << name;
     std::vector<std::vector<std::string>> rows;
     for (std::string line; std::getline(file, line);) {
@@ -62,6 +63,6 @@ std::vector<int> Ints(const std::string &column) {
 void ExpectKept(const std::string &name, const std::string &text) {
     const char *renew = std::getenv("K274_RENEW");
     if (renew != nullptr && std::string(renew) == "1")
-        std::ofstream(kTests + name, std::ios::binary) << text;
-    EXPECT_EQ(ReadText(kTests + name), text) << name;
+        std::ofstream(std::string(kTests) + name, std::ios::binary) << text;
+    EXPECT_EQ(ReadText(std::string(kTests) + name), text) << name;
 }

@@ -15,9 +15,10 @@ int32_t Attached(void *device, WDU_DEVICE *, void *user) {
         host->attaches++;
         host->changed.notify_all();
     }
+    const bool accepts = host->accepts; // what is done there may end the host
     if (host->onAttach)
         host->onAttach(*host);
-    return host->accepts;
+    return accepts;
 }
 
 void Detached(void *device, void *user) {
