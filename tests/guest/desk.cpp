@@ -1,9 +1,7 @@
-// The control functions of the virtual scanner for a program whose scanner stands on another machine's desk:
-// with K274_DESK, the name of a serial line, they ask redir_server at its other end; without it they are the
-// driver library's.
-#include "scanner/virtual_scanner.h"
+// The control of a scanner that stands on another machine's desk, in front of the driver library's own:
+// preloaded, it asks redir_server at the other end of the serial line that K274_DESK names.
+#include "tests/guest/desk.h"
 
-#include <dlfcn.h>
 #include <fcntl.h>
 #include <termios.h>
 #include <unistd.h>
@@ -11,120 +9,53 @@
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
-#include <sstream>
 #include <stdexcept>
-#include <string>
 
 namespace {
 
-class Desk {
-public:
-    explicit Desk(const char *line) : line_(open(line, O_RDWR | O_NOCTTY)) {
-        termios settings{};
-        if (line_ < 0 || tcgetattr(line_, &settings) != 0)
-            throw std::runtime_error(std::string("this is no serial line: ") + line);
-        cfmakeraw(&settings);
-        cfsetspeed(&settings, B115200);
-        tcsetattr(line_, TCSANOW, &settings);
-    }
+using guest::Note, guest::Wish;
 
-    /// Result and text of the answer.
-    int32_t Ask(std::string question, std::string *text) {
-        const std::lock_guard guard(mutex_);
-        question += '\n';
-        if (write(line_, question.data(), question.size()) != static_cast<ssize_t>(question.size()))
-            throw std::runtime_error("nobody is at the desk");
-        std::string answer;
-        for (char c = 0; c != '\n'; answer += c)
-            if (read(line_, &c, 1) != 1)
-                throw std::runtime_error("nobody answers from the desk");
-        std::istringstream from(answer);
-        int32_t result = VS_BAD_ARGUMENT;
-        from >> result >> std::ws;
-        std::getline(from, *text);
-        return result;
-    }
-
-private:
-    const int line_;
-    std::mutex mutex_;
-};
-
-/// Null: the scanner is this process's own.
-Desk *TheDesk() {
-    const char *line = std::getenv("K274_DESK");
-    static Desk *const desk = line != nullptr ? new Desk(line) : nullptr;
-    return desk;
+int OpenLine() {
+    const int line = open(std::getenv("K274_DESK"), O_RDWR | O_NOCTTY);
+    termios settings{};
+    if (line < 0 || tcgetattr(line, &settings) != 0)
+        throw std::runtime_error("K274_DESK is no serial line");
+    cfmakeraw(&settings);
+    cfsetspeed(&settings, B115200);
+    tcsetattr(line, TCSANOW, &settings);
+    return line;
 }
 
 std::string lastText;
 
-template <typename... Arguments>
-int32_t Ask(const char *function, const Arguments &...arguments) {
-    std::ostringstream question;
-    question << function;
-    ((question << ' ' << arguments), ...);
-    return TheDesk()->Ask(question.str(), &lastText);
-}
-
-/// The driver library's function in place of this program's.
-template <typename Function>
-Function *Own(Function *, const char *name) {
-    static void *const library = dlopen("libwdapi1140.so", RTLD_NOW | RTLD_NOLOAD);
-    void *symbol = library != nullptr ? dlsym(library, name) : nullptr;
-    if (symbol == nullptr)
-        throw std::runtime_error(std::string("the driver library lacks ") + name);
-    return reinterpret_cast<Function *>(symbol);
-}
-
-template <typename... Arguments>
-void Do(void (*function)(Arguments...), const char *name, Arguments... arguments) {
-    if (TheDesk() != nullptr)
-        Ask(name, arguments...);
-    else
-        Own(function, name)(arguments...);
-}
-
-template <typename... Arguments>
-int32_t Result(int32_t (*function)(Arguments...), const char *name, Arguments... arguments) {
-    return TheDesk() != nullptr ? Ask(name, arguments...) : Own(function, name)(arguments...);
+Note Ask(Note note) {
+    static std::mutex mutex;
+    const std::lock_guard guard(mutex);
+    static const int line = OpenLine();
+    auto *bytes = reinterpret_cast<char *>(&note);
+    ssize_t count = write(line, bytes, sizeof note) == ssize_t{sizeof note};
+    for (size_t done = 0; count > 0 && done < sizeof note; done += static_cast<size_t>(count))
+        count = read(line, bytes + done, sizeof note - done);
+    if (count <= 0)
+        throw std::runtime_error("nobody answers from the desk");
+    lastText = note.text;
+    return note;
 }
 
 } // namespace
 
-extern "C" {
-
-int32_t VS_InsertCard(const char *folder) { return Result(VS_InsertCard, "VS_InsertCard", folder); }
-int32_t VS_CardWaiting() { return Result(VS_CardWaiting, "VS_CardWaiting"); }
-int32_t VS_SetSpeed(double factor) { return Result(VS_SetSpeed, "VS_SetSpeed", factor); }
-void VS_SetSeed(uint32_t seed) { Do(VS_SetSeed, "VS_SetSeed", seed); }
-void VS_ClearFaults() { Do(VS_ClearFaults, "VS_ClearFaults"); }
-void VS_PressEject() { Do(VS_PressEject, "VS_PressEject"); }
-void VS_PlugIn() { Do(VS_PlugIn, "VS_PlugIn"); }
-void VS_Unplug() { Do(VS_Unplug, "VS_Unplug"); }
-
-int32_t VS_ArmFault(const VS_Fault *fault) {
-    if (TheDesk() == nullptr)
-        return Own(VS_ArmFault, "VS_ArmFault")(fault);
-    return Ask("VS_ArmFault", fault->command, fault->direction, fault->first, fault->count, fault->action,
-               fault->value);
+int32_t VS_InsertCard(const char *folder) {
+    Note note{Wish::InsertCard};
+    std::strncpy(note.text, folder, sizeof note.text - 1);
+    return Ask(note).result;
 }
-
-void VS_GetObserved(VS_Observed *observed) {
-    if (TheDesk() == nullptr) {
-        Own(VS_GetObserved, "VS_GetObserved")(observed);
-        return;
-    }
-    Ask("VS_GetObserved");
-    uint32_t words[sizeof *observed / sizeof(uint32_t)] = {};
-    std::istringstream from(lastText);
-    for (uint32_t &word : words)
-        from >> word;
-    std::memcpy(observed, words, sizeof *observed);
-}
-
-const char *VS_LastError() {
-    return TheDesk() != nullptr ? lastText.c_str() : Own(VS_LastError, "VS_LastError")();
-}
-
-} // extern "C"
+int32_t VS_CardWaiting() { return Ask({Wish::CardWaiting}).result; }
+int32_t VS_SetSpeed(double factor) { return Ask({Wish::SetSpeed, 0, "", factor}).result; }
+void VS_SetSeed(uint32_t seed) { Ask({Wish::SetSeed, 0, "", 0, seed}); }
+void VS_PressEject() { Ask({Wish::PressEject}); }
+void VS_PlugIn() { Ask({Wish::PlugIn}); }
+void VS_Unplug() { Ask({Wish::Unplug}); }
+int32_t VS_ArmFault(const VS_Fault *fault) { return Ask({Wish::ArmFault, 0, "", 0, 0, *fault}).result; }
+void VS_ClearFaults() { Ask({Wish::ClearFaults}); }
+void VS_GetObserved(VS_Observed *observed) { *observed = Ask({Wish::GetObserved}).observed; }
+const char *VS_LastError() { return lastText.c_str(); }

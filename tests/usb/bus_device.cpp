@@ -1,52 +1,19 @@
 // Serves requests from the device model, on a thread of its own.
 #include "tests/usb/bus_device.h"
 
-#include "wire/bytes.h"
-
 #include <algorithm>
+#include <cerrno>
 #include <iterator>
-#include <sstream>
 
 namespace bus {
 namespace {
 
-constexpr uint16_t kVendorId = K274_VENDOR_ID;
-
-/// Bytes written as two hexadecimal digits each.
-Bytes FromHex(const std::string &digits) {
-    std::istringstream from(digits);
-    from >> std::hex;
-    return Bytes(std::istream_iterator<unsigned>(from), {});
-}
-
-// What a host's driver calls the ends of a transfer, as tests name them in faults.
-constexpr uint32_t kStallStatus = 0xC0000004, kBabbleStatus = 0xC0000012;
-
-Outcome OutcomeOf(uint32_t status) {
-    return status == kStallStatus    ? Outcome::Stall
-           : status == kBabbleStatus ? Outcome::Babble
-                                     : Outcome::Error;
+/// What a host's driver calls the ends of a transfer, as tests name them in faults.
+int ErrorOf(uint32_t status) {
+    return status == 0xC0000004 ? EPIPE : status == 0xC0000012 ? EOVERFLOW : EPROTO;
 }
 
 } // namespace
-
-const Bytes &DeviceDescriptor() {
-    // USB 2.0, class by interface, packets of 64 bytes on endpoint 0, release 1.0, one configuration.
-    static const Bytes bytes = [] {
-        Bytes made = FromHex("12 01 00 02 00 00 00 40 00 00 00 00 00 01 00 00 00 01");
-        wire::Store16(&made[8], kVendorId);
-        wire::Store16(&made[10], kProductId);
-        return made;
-    }();
-    return bytes;
-}
-
-const Bytes &ConfigDescriptor() {
-    // Self-powered; one interface of the maker's own class; a bulk endpoint each way, packets of 512 bytes.
-    static const Bytes bytes = FromHex("09 02 20 00 01 01 00 C0 01 09 04 00 00 02 FF FF FF 00 "
-                                       "07 05 02 02 00 02 00 07 05 81 02 00 02 00");
-    return bytes;
-}
 
 BusDevice::BusDevice(scanner::Scanner &scanner, std::function<void(bool)> onCable)
     : scanner_(scanner), onCable_(std::move(onCable)) {
@@ -57,7 +24,7 @@ BusDevice::~BusDevice() {
     {
         const Lock lock(scanner_.mutex);
         closing_ = true;
-        EndAll(Outcome::Cancelled);
+        EndAll(ENOENT);
     }
     thread_.join();
 }
@@ -67,15 +34,15 @@ void BusDevice::Submit(uint64_t id, uint8_t endpoint, Bytes bytes, Completion co
     requests_.push_back(
         {id, endpoint == kInEndpoint, std::move(bytes), std::move(completion), continues, continues});
     if (connection_ == 0 || connection_ != scanner_.Connection())
-        requests_.back().end = Outcome::Gone;
+        requests_.back().error = ESHUTDOWN;
     scanner_.changed.notify_all();
 }
 
 void BusDevice::Cancel(uint64_t id) {
     const Lock lock(scanner_.mutex);
     for (Request &request : requests_)
-        if (request.id == id && request.end == Outcome::Done)
-            request.end = Outcome::Cancelled;
+        if (request.id == id && request.error == 0)
+            request.error = ENOENT;
     scanner_.changed.notify_all();
 }
 
@@ -91,7 +58,7 @@ void BusDevice::Reset() {
     scanner_.device.State().observed.hardResets++;
     scanner_.device.Reset();
     staged_.reset();
-    EndAll(Outcome::Cancelled);
+    EndAll(ENOENT);
 }
 
 bool BusDevice::Settled() {
@@ -99,10 +66,10 @@ bool BusDevice::Settled() {
     return told_ && !telling_ && connection_ == scanner_.Connection();
 }
 
-void BusDevice::EndAll(Outcome outcome) {
+void BusDevice::EndAll(int error) {
     for (Request &request : requests_)
-        if (request.end == Outcome::Done)
-            request.end = outcome;
+        if (request.error == 0)
+            request.error = error;
     scanner_.changed.notify_all();
 }
 
@@ -130,7 +97,7 @@ bool BusDevice::FollowCable(Lock &lock) {
     if (connection_ != 0) {
         connection_ = 0; // pulled, though it may be back already
         staged_.reset();
-        EndAll(Outcome::Gone);
+        EndAll(ESHUTDOWN);
     } else {
         connection_ = scanner_.Connection();
     }
@@ -149,9 +116,8 @@ bool BusDevice::Step(Lock &lock) {
     bool busy[2] = {false, false};
     for (auto at = requests_.begin(); at != requests_.end(); ++at) {
         std::optional<Result> result;
-        if (at->end != Outcome::Done) {
-            result = Result{at->end, std::move(at->came), 0, false};
-            result->count = static_cast<uint32_t>(result->data.size());
+        if (at->error != 0) {
+            result = Result{at->error, std::move(at->came)};
         } else if (!busy[at->in]) {
             busy[at->in] = true; // those behind it wait their turn
             if (!at->met) {
@@ -164,10 +130,10 @@ bool BusDevice::Step(Lock &lock) {
         if (!result)
             continue;
         const Completion completion = std::move(at->completion);
-        if (at->in && (result->outcome != Outcome::Done || result->end))
+        if (at->in && (result->error != 0 || result->end))
             for (auto rest = std::next(at); rest != requests_.end(); ++rest)
-                if (rest->in && rest->continues && rest->end == Outcome::Done)
-                    rest->end = Outcome::Cancelled;
+                if (rest->in && rest->continues && rest->error == 0)
+                    rest->error = ENOENT;
         requests_.erase(at);
         lock.unlock();
         completion(std::move(*result));
@@ -184,92 +150,78 @@ void BusDevice::Meet(Lock &lock, Request &request) {
         scanner_.FeedSlot(lock);
         lastCommand_ = request.bytes.empty() ? 0 : request.bytes[0];
     }
-    if (request.end == Outcome::Done)
+    if (request.error == 0)
         request.fault = scanner_.MeetFault(lastCommand_, request.in ? VS_IN : VS_OUT);
 }
 
 /// Empty while the request waits.
 std::optional<Result> BusDevice::Try(Request &request) {
-    if (!request.fault)
-        return request.in ? TryIn(request) : TryOut(request);
-    const VS_Fault &fault = *request.fault;
-    switch (scanner::FateOf(fault)) {
+    const std::optional<VS_Fault> &fault = request.fault;
+    switch (fault ? scanner::FateOf(*fault) : scanner::Fate::TakesPlace) {
     case scanner::Fate::Fails:
-        return Result{OutcomeOf(fault.value), {}, 0, false};
+        return Result{ErrorOf(fault->value)};
     case scanner::Fate::Unplugs:
         scanner_.Unplug();
-        return Result{Outcome::Gone, {}, 0, false};
+        return Result{ESHUTDOWN};
     case scanner::Fate::Hangs:
-        request.hung = !request.in || fault.value == 0; // else after so many bytes
+        request.hung = !request.in || fault->value == 0; // else after so many bytes
+        if (request.hung)
+            return std::nullopt;
         break;
     case scanner::Fate::TakesPlace:
         break;
     }
-    return request.hung ? std::nullopt : request.in ? TryIn(request) : TryOut(request);
-}
-
-std::optional<Result> BusDevice::TryOut(Request &request) {
-    const Bytes &bytes = request.bytes;
+    if (request.in)
+        return TryIn(request);
     staged_.reset();
-    if (scanner_.Command(bytes.data(), bytes.size(), request.fault) == scanner::OutResult::Stall)
-        return Result{Outcome::Stall, {}, 0, false};
-    return Result{Outcome::Done, {}, static_cast<uint32_t>(bytes.size()), false};
+    if (scanner_.Command(request.bytes.data(), request.bytes.size(), fault) == scanner::OutResult::Stall)
+        return Result{EPIPE};
+    return Result{0, std::move(request.bytes)};
 }
 
 std::optional<Result> BusDevice::TryIn(Request &request) {
-    const bool changed = request.fault && request.fault->action != VS_FAULT_LENGTH;
+    Bytes &room = request.bytes;
     size_t count = 0;
-    scanner::InResult result = changed ? Stage(*request.fault) : scanner::InResult::Data;
-    if (result == scanner::InResult::Data) {
-        if (changed && request.fault->action == VS_FAULT_STALL) {
-            staged_->resize(std::min(staged_->size(), request.bytes.size()));
-            request.came = std::move(*staged_);
-            staged_.reset();
-            request.hung = true;
+    auto result = scanner::InResult::Data;
+    if (request.fault && request.fault->action != VS_FAULT_LENGTH) {
+        // Takes the whole reply aside, as the fault leaves it.
+        Bytes whole(scanner::kMaxReplyBytes);
+        result = scanner_.device.In(whole.data(), whole.size(), &count);
+        if (result == scanner::InResult::Data) {
+            whole.resize(count);
+            scanner::Spoil(*request.fault, &whole);
+            request.hung = request.fault->action == VS_FAULT_STALL;
+            (request.hung ? request.came : staged_.emplace()) = std::move(whole);
+            request.fault.reset();
+        }
+        if (request.hung) {
+            request.came.resize(std::min(request.came.size(), room.size()));
             return std::nullopt;
         }
-        request.fault.reset();
-        result = Take(request.bytes, &count);
+    }
+    if (result == scanner::InResult::Data && staged_) {
+        count = std::min(room.size(), staged_->size());
+        const auto last = staged_->begin() + static_cast<ptrdiff_t>(count);
+        std::copy(staged_->begin(), last, room.begin());
+        staged_->erase(staged_->begin(), last);
+    } else if (result == scanner::InResult::Data) {
+        result = scanner_.device.In(room.data(), room.size(), &count);
     }
     switch (result) {
     case scanner::InResult::Nak:
         return std::nullopt;
     case scanner::InResult::Stall:
-        return Result{Outcome::Stall, {}, 0, false};
+        return Result{EPIPE};
     case scanner::InResult::Overflow:
-        return Result{Outcome::Babble, {}, 0, false};
+        return Result{EOVERFLOW};
     case scanner::InResult::Data:
         break;
     }
-    request.bytes.resize(count);
+    room.resize(count);
     const bool end = staged_ ? staged_->empty() : !scanner_.device.State().reply.Waiting();
     if (end)
         staged_.reset();
-    return Result{Outcome::Done, std::move(request.bytes), static_cast<uint32_t>(count), end};
-}
-
-/// Takes the whole reply aside, as the fault leaves it.
-scanner::InResult BusDevice::Stage(const VS_Fault &fault) {
-    Bytes whole(scanner::kMaxReplyBytes);
-    size_t count = 0;
-    const scanner::InResult result = scanner_.device.In(whole.data(), whole.size(), &count);
-    if (result != scanner::InResult::Data)
-        return result;
-    whole.resize(count);
-    scanner::Spoil(fault, &whole);
-    staged_ = std::move(whole);
-    return result;
-}
-
-/// As much of the reply as the room holds.
-scanner::InResult BusDevice::Take(Bytes &room, size_t *count) {
-    if (!staged_)
-        return scanner_.device.In(room.data(), room.size(), count);
-    *count = std::min(room.size(), staged_->size());
-    const auto last = staged_->begin() + static_cast<ptrdiff_t>(*count);
-    std::copy(staged_->begin(), last, room.begin());
-    staged_->erase(staged_->begin(), last);
-    return scanner::InResult::Data;
+    return Result{0, std::move(room), end};
 }
 
 } // namespace bus

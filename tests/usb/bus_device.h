@@ -16,26 +16,34 @@ namespace bus {
 using Bytes = std::vector<uint8_t>;
 
 constexpr uint8_t kOutEndpoint = 0x02, kInEndpoint = 0x81;
-constexpr uint16_t kProductId = 0x0274;
+constexpr uint16_t kVendorId = K274_VENDOR_ID, kProductId = 0x0274;
 
-/// Device descriptor; configuration descriptor with interface and endpoints. High speed, no texts.
-const Bytes &DeviceDescriptor();
-const Bytes &ConfigDescriptor();
-
-enum class Outcome {
-    Done,
-    Stall,     // the endpoint is halted, or this command was refused
-    Babble,    // more came than there is room for
-    Error,     // disturbed on the wire
-    Cancelled, // by Cancel, with what had come
-    Gone       // the cable was pulled
-};
+/// USB 2.0, class by interface, packets of 64 bytes on endpoint 0, release 1.0, no texts, one configuration.
+inline const Bytes kDeviceDescriptor = {
+    18, 1, 0, 2, 0, 0, 0, 64, kVendorId & 0xFF, kVendorId >> 8, kProductId & 0xFF, kProductId >> 8,
+    0,  1, 0, 0, 0, 1};
+/// Self-powered; one interface of the maker's own class; a bulk endpoint each way, packets of 512 bytes.
+inline const Bytes kConfigDescriptor = {9,    2,    32,
+                                        0,    1,    1,
+                                        0,    0xC0, 1, //
+                                        9,    4,    0,
+                                        0,    2,    0xFF,
+                                        0xFF, 0xFF, 0, //
+                                        7,    5,    kOutEndpoint,
+                                        2,    0,    2,
+                                        0, //
+                                        7,    5,    kInEndpoint,
+                                        2,    0,    2,
+                                        0};
 
 struct Result {
-    Outcome outcome;
-    Bytes data;     // IN: what came
-    uint32_t count; // bytes transferred
-    bool end; // IN: nothing is left of the reply; of a longer request the rest gets a packet of no bytes
+    /// 0, or as Linux has it: EPIPE, the endpoint is halted, or this command was refused; EOVERFLOW, more
+    /// came than there is room for; EPROTO, disturbed on the wire; ENOENT, cancelled, with what had come;
+    /// ESHUTDOWN, the cable was pulled.
+    int error;
+    Bytes data{}; // that went over the wire, in either direction
+    bool end =
+        false; // IN: nothing is left of the reply; of a longer request the rest gets a packet of no bytes
 };
 using Completion = std::function<void(Result)>;
 
@@ -78,21 +86,17 @@ private:
         bool met;          // its faults have been looked up, and the slot has been fed
         bool hung = false; // until it is cancelled
         std::optional<VS_Fault> fault{};
-        Outcome end = Outcome::Done; // else: to be completed with this
-        Bytes came{};                // before it hung
+        int error = 0; // else: to be completed with this
+        Bytes came{};  // before it hung
     };
-    using Requests = std::list<Request>;
 
     void Serve();
     bool FollowCable(Lock &lock);
     bool Step(Lock &lock);
     void Meet(Lock &lock, Request &request);
     std::optional<Result> Try(Request &request);
-    std::optional<Result> TryOut(Request &request);
     std::optional<Result> TryIn(Request &request);
-    scanner::InResult Stage(const VS_Fault &fault);
-    scanner::InResult Take(Bytes &room, size_t *count);
-    void EndAll(Outcome outcome);
+    void EndAll(int error);
 
     scanner::Scanner &scanner_;
     const std::function<void(bool)> onCable_;
@@ -101,7 +105,7 @@ private:
     // Under the scanner's mutex.
     bool closing_ = false, told_ = false, telling_ = false;
     uint32_t connection_ = 0; // that the other side knows of
-    Requests requests_;
+    std::list<Request> requests_;
     unsigned lastCommand_ = 0;    // the one that a reply belongs to
     std::optional<Bytes> staged_; // what is left of a reply that a fault has changed
 };

@@ -54,8 +54,8 @@ std::string Hex(const bus::Bytes &bytes) {
 } // namespace
 
 bus::Bytes Port::AllDescriptors() {
-    bus::Bytes all = bus::DeviceDescriptor();
-    all.insert(all.end(), bus::ConfigDescriptor().begin(), bus::ConfigDescriptor().end());
+    bus::Bytes all = bus::kDeviceDescriptor;
+    all.insert(all.end(), bus::kConfigDescriptor.begin(), bus::kConfigDescriptor.end());
     return all;
 }
 

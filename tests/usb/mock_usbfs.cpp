@@ -15,29 +15,6 @@ namespace {
 
 constexpr uint32_t kPiece = 16384; // of a transfer that libusb splits
 
-int ErrnoOf(bus::Outcome outcome) {
-    switch (outcome) {
-    case bus::Outcome::Done:
-        return 0;
-    case bus::Outcome::Stall:
-        return EPIPE;
-    case bus::Outcome::Babble:
-        return EOVERFLOW;
-    case bus::Outcome::Error:
-        return EPROTO;
-    case bus::Outcome::Cancelled:
-        return ENOENT;
-    case bus::Outcome::Gone:
-        return ESHUTDOWN;
-    }
-    return EIO;
-}
-
-/// What the argument of a call points at, in the client's memory; to be released.
-UMockdevIoctlData *Resolve(UMockdevIoctlData *from, size_t offset, size_t size) {
-    return umockdev_ioctl_data_resolve(from, offset, size, nullptr);
-}
-
 template <typename Value>
 Value ValueOf(const UMockdevIoctlData *data) {
     Value value{};
@@ -46,11 +23,16 @@ Value ValueOf(const UMockdevIoctlData *data) {
 }
 
 template <typename Value>
-void Update(UMockdevIoctlData *data, size_t offset, Value value) {
-    umockdev_ioctl_data_update(data, offset, reinterpret_cast<guint8 *>(&value), sizeof value);
+void Update(const std::shared_ptr<UMockdevIoctlData> &data, size_t offset, Value value) {
+    umockdev_ioctl_data_update(data.get(), offset, reinterpret_cast<guint8 *>(&value), sizeof value);
 }
 
 } // namespace
+
+/// What the argument of a call points at, in the client's memory.
+Usbfs::Data Usbfs::Resolve(UMockdevIoctlData *from, size_t offset, size_t size) {
+    return {umockdev_ioctl_data_resolve(from, offset, size, nullptr), g_object_unref};
+}
 
 Usbfs::Usbfs(Behaviour &behaviour, int slave)
     : behaviour_(behaviour), slave_(slave), handler_(umockdev_ioctl_base_new()) {
@@ -62,9 +44,6 @@ Usbfs::Usbfs(Behaviour &behaviour, int slave)
 Usbfs::~Usbfs() {
     g_signal_handlers_disconnect_by_data(handler_, this);
     g_object_unref(handler_);
-    for (const std::list<Urb> *urbs : {&running_, &done_})
-        for (const Urb &urb : *urbs)
-            Release(urb);
 }
 
 void Usbfs::SetDevice(bus::BusDevice *device) {
@@ -86,13 +65,8 @@ void Usbfs::OnVanished(UMockdevIoctlBase *, UMockdevIoctlClient *client, gpointe
     if (self->owner_ == client)
         self->owner_ = nullptr;
     self->CancelAll(client);
-    for (std::list<Urb> *urbs : {&self->running_, &self->done_}) {
-        urbs->remove_if([client](const Urb &urb) {
-            if (urb.client == client)
-                Release(urb);
-            return urb.client == client;
-        });
-    }
+    for (std::list<Urb> *urbs : {&self->running_, &self->done_})
+        urbs->remove_if([client](const Urb &urb) { return urb.client == client; });
 }
 
 /// Result: 0 or an error number.
@@ -105,13 +79,11 @@ int Usbfs::Answer(UMockdevIoctlClient *client, unsigned long request, UMockdevIo
     switch (request) {
     case USBDEVFS_GET_CAPABILITIES: {
         behaviour_.opens++;
-        UMockdevIoctlData *to = Resolve(arg, 0, sizeof(uint32_t));
         uint32_t capabilities = USBDEVFS_CAP_ZERO_PACKET | USBDEVFS_CAP_BULK_CONTINUATION |
                                 USBDEVFS_CAP_NO_PACKET_SIZE_LIM | USBDEVFS_CAP_REAP_AFTER_DISCONNECT;
         if (behaviour_.scatterGather)
             capabilities |= USBDEVFS_CAP_BULK_SCATTER_GATHER;
-        Update(to, 0, capabilities);
-        g_object_unref(to);
+        Update(Resolve(arg, 0, sizeof capabilities), 0, capabilities);
         return 0;
     }
     case USBDEVFS_CLAIMINTERFACE:
@@ -141,13 +113,10 @@ int Usbfs::Answer(UMockdevIoctlClient *client, unsigned long request, UMockdevIo
         return Submit(client, arg);
     case USBDEVFS_DISCARDURB:
         return Discard(arg);
-    case USBDEVFS_CLEAR_HALT: {
-        UMockdevIoctlData *endpoint = Resolve(arg, 0, sizeof(unsigned));
-        device_->ClearHalt(static_cast<uint8_t>(ValueOf<unsigned>(endpoint)));
-        g_object_unref(endpoint);
+    case USBDEVFS_CLEAR_HALT:
+        device_->ClearHalt(static_cast<uint8_t>(ValueOf<unsigned>(Resolve(arg, 0, sizeof(unsigned)).get())));
         behaviour_.clearedHalts++;
         return 0;
-    }
     default:
         return ENOTTY;
     }
@@ -168,24 +137,19 @@ int Usbfs::Claim(UMockdevIoctlClient *client) {
 }
 
 int Usbfs::Submit(UMockdevIoctlClient *client, UMockdevIoctlData *arg) {
-    UMockdevIoctlData *data = Resolve(arg, 0, sizeof(usbdevfs_urb));
-    const auto from = ValueOf<usbdevfs_urb>(data);
+    const Data data = Resolve(arg, 0, sizeof(usbdevfs_urb));
+    const auto from = ValueOf<usbdevfs_urb>(data.get());
     const bool in = from.endpoint == bus::kInEndpoint;
     const bool continues = (from.flags & USBDEVFS_URB_BULK_CONTINUATION) != 0;
-    int error = 0;
     if (from.type != USBDEVFS_URB_TYPE_BULK || (!in && from.endpoint != bus::kOutEndpoint))
-        error = ENOENT;
-    else if (in && continues && read_ == Read::Ended)
-        error = EREMOTEIO;
-    if (error != 0) {
-        g_object_unref(data);
-        return error;
-    }
+        return ENOENT;
+    if (in && continues && read_ == Read::Ended)
+        return EREMOTEIO;
     behaviour_.pieces++;
     const auto length = static_cast<uint32_t>(from.buffer_length);
-    UMockdevIoctlData *buffer = length > 0 ? Resolve(data, offsetof(usbdevfs_urb, buffer), length) : nullptr;
+    const Data buffer = length > 0 ? Resolve(data.get(), offsetof(usbdevfs_urb, buffer), length) : nullptr;
     const uint64_t id = ++lastId_;
-    running_.push_back({id, data->client_addr, data, buffer, client, from.flags, length, in});
+    running_.push_back({id, data, buffer, client, from.flags, length, in});
     bus::Bytes bytes(length);
     if (in && !continues)
         read_ = Read::Going;
@@ -214,7 +178,7 @@ int Usbfs::Submit(UMockdevIoctlClient *client, UMockdevIoctlData *arg) {
 int Usbfs::Discard(UMockdevIoctlData *arg) {
     const auto address = ValueOf<uintptr_t>(arg);
     for (const Urb &urb : running_) {
-        if (urb.address == address) {
+        if (urb.urb->client_addr == address) {
             device_->Cancel(urb.id);
             return 0;
         }
@@ -232,13 +196,10 @@ int Usbfs::Reap(UMockdevIoctlData *arg) {
     if (done_.empty())
         tcflow(slave_, TCOOFF);
     if (!urb.came.empty() && urb.buffer != nullptr)
-        umockdev_ioctl_data_update(urb.buffer, 0, urb.came.data(), static_cast<gint>(urb.came.size()));
+        umockdev_ioctl_data_update(urb.buffer.get(), 0, urb.came.data(), static_cast<gint>(urb.came.size()));
     Update(urb.urb, offsetof(usbdevfs_urb, status), -urb.error);
     Update(urb.urb, offsetof(usbdevfs_urb, actual_length), static_cast<int>(urb.count));
-    UMockdevIoctlData *to = Resolve(arg, 0, sizeof(uintptr_t));
-    umockdev_ioctl_data_set_ptr(to, 0, urb.urb);
-    g_object_unref(to);
-    Release(urb);
+    umockdev_ioctl_data_set_ptr(Resolve(arg, 0, sizeof(uintptr_t)).get(), 0, urb.urb.get());
     return 0;
 }
 
@@ -249,13 +210,13 @@ void Usbfs::Finish(uint64_t id, bus::Result result) {
         std::find_if(running_.begin(), running_.end(), [id](const Urb &each) { return each.id == id; });
     if (urb == running_.end())
         return; // its client has closed the node
-    int error = ErrnoOf(result.outcome);
-    const uint32_t count = std::min(result.count, urb->length);
+    int error = result.error;
+    const uint32_t count = std::min(static_cast<uint32_t>(result.data.size()), urb->length);
     if (urb->in) {
         if (error == 0 && count < urb->length && (urb->flags & USBDEVFS_URB_SHORT_NOT_OK) != 0)
             error = EREMOTEIO;
         urb->came = std::move(result.data);
-        if (result.outcome != bus::Outcome::Done)
+        if (result.error != 0)
             read_ = Read::Failed;
         else if (result.end)
             read_ = Read::Ended;
@@ -274,12 +235,6 @@ void Usbfs::CancelAll(const UMockdevIoctlClient *client) {
     for (const Urb &urb : running_)
         if (device_ != nullptr && urb.client == client)
             device_->Cancel(urb.id);
-}
-
-void Usbfs::Release(const Urb &urb) {
-    g_object_unref(urb.urb);
-    if (urb.buffer != nullptr)
-        g_object_unref(urb.buffer);
 }
 
 } // namespace mock

@@ -9,6 +9,7 @@
 #include <atomic>
 #include <cstdint>
 #include <list>
+#include <memory>
 #include <mutex>
 #include <vector>
 
@@ -37,10 +38,10 @@ public:
 
 private:
     using Lock = std::unique_lock<std::mutex>;
+    using Data = std::shared_ptr<UMockdevIoctlData>;
     struct Urb {
         uint64_t id;
-        uintptr_t address;               // in the client's memory
-        UMockdevIoctlData *urb, *buffer; // buffer: null when it holds nothing
+        Data urb, buffer; // of the client's; buffer: null when it holds nothing
         UMockdevIoctlClient *client;
         uint32_t flags, length;
         bool in;
@@ -49,6 +50,7 @@ private:
         bus::Bytes came{};
     };
 
+    static Data Resolve(UMockdevIoctlData *from, size_t offset, size_t size);
     static gboolean OnIoctl(UMockdevIoctlBase *, UMockdevIoctlClient *client, gpointer self);
     static void OnVanished(UMockdevIoctlBase *, UMockdevIoctlClient *client, gpointer self);
     int Answer(UMockdevIoctlClient *client, unsigned long request, UMockdevIoctlData *arg);
@@ -59,7 +61,6 @@ private:
     void Finish(uint64_t id, bus::Result result);
     void Complete(std::list<Urb>::iterator urb, int error, uint32_t count);
     void CancelAll(const UMockdevIoctlClient *client);
-    static void Release(const Urb &urb);
 
     Behaviour &behaviour_;
     const int slave_;
