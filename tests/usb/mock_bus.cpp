@@ -38,16 +38,9 @@ Bed &TheBed() {
     return bed;
 }
 
-std::string Text(const char *format, int a, int b = 0) {
-    char text[128];
-    std::snprintf(text, sizeof text, format, a, b);
-    return text;
-}
-
-std::string Hex(const bus::Bytes &bytes) {
-    std::string text;
-    for (const uint8_t byte : bytes)
-        text += Text("%02X", byte);
+std::string Text(const char *format, int number) {
+    char text[64];
+    std::snprintf(text, sizeof text, format, number);
     return text;
 }
 
@@ -102,23 +95,26 @@ void Port::Appear() {
     cfmakeraw(&settings);
     tcsetattr(slave, TCSANOW, &settings);
 
-    Node node{slave, std::make_unique<Usbfs>(behaviour, slave), Text("/dev/bus/usb/001/%03d", address)};
-    umockdev_testbed_attach_ioctl(bed.bed, node.name.c_str(), node.usbfs->Handler(), nullptr);
+    Node node{slave, MakeUsbfs(behaviour, slave), Text("/dev/bus/usb/001/%03d", address)};
+    umockdev_testbed_attach_ioctl(bed.bed, node.name.c_str(), HandlerOf(*node.usbfs), nullptr);
     const fs::path link = bed.root + node.name;
     fs::create_directories(link.parent_path());
     fs::create_symlink(ttyname(slave), link);
-    node.usbfs->SetDevice(device_.get());
+    SetDevice(*node.usbfs, device_.get());
     nodes_.push_back(std::move(node));
 
     // Only now the news: who hears of it finds everything in its place.
-    path_ = Text("/devices/usb1/1-%d", number_);
+    path_ = "/devices/usb1/1-" + std::to_string(number_);
+    std::string hex;
+    for (const uint8_t byte : descriptors)
+        hex += Text("%02X", byte);
     const std::string text = "P: " + path_ +
                              "\nE: SUBSYSTEM=usb\nE: DEVTYPE=usb_device\nE: DEVNAME=" + nodes_.back().name +
                              "\nE: BUSNUM=001\nE: DEVNUM=" + Text("%03d", address) +
-                             "\nA: busnum=1\\n\nA: devnum=" + Text("%d", address) +
+                             "\nA: busnum=1\\n\nA: devnum=" + std::to_string(address) +
                              "\\n\nA: speed=480\\n\nA: bConfigurationValue=" +
                              (configured ? "1\\n" : "") + // nothing, as Linux has it
-                             "\nH: descriptors=" + Hex(descriptors) + "\n\n";
+                             "\nH: descriptors=" + hex + "\n\n";
     GError *error = nullptr;
     if (!umockdev_testbed_add_from_string(bed.bed, text.c_str(), &error))
         throw std::runtime_error(error->message);
@@ -129,7 +125,7 @@ void Port::Disappear() {
     if (path_.empty())
         return;
     Bed &bed = TheBed();
-    nodes_.back().usbfs->SetDevice(nullptr);
+    SetDevice(*nodes_.back().usbfs, nullptr);
     fs::remove(bed.root + nodes_.back().name);
     ::close(master_);
     const std::string path = "/sys" + path_;
@@ -144,12 +140,19 @@ void Port::Configure() {
 }
 
 void Port::Forbid(bool forbidden) {
+    const auto become = [](uid_t user) {
+        if (::getuid() == 0 && ::seteuid(user) != 0)
+            throw std::runtime_error("no other user can be taken on");
+    };
+    become(0);
     ::fchmod(nodes_.back().slave, forbidden ? 0 : 0600);
     // The preloaded library looks for its own sockets even then, and would end a program that may not.
     const std::string sockets = TheBed().root + "/ioctl";
     ::chmod(sockets.c_str(), 0755);
     for (const auto &entry : fs::recursive_directory_iterator(sockets))
         ::chmod(entry.path().c_str(), 0777);
+    if (forbidden)
+        become(65534);
 }
 
 void Port::TellAgain() { umockdev_testbed_uevent(TheBed().bed, ("/sys" + path_).c_str(), "add"); }

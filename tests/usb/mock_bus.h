@@ -5,7 +5,9 @@
 #include "tests/usb/mock_usbfs.h"
 
 #include <memory>
+#include <mutex>
 #include <string>
+#include <vector>
 
 namespace mock {
 
@@ -26,7 +28,7 @@ public:
     static bus::Bytes AllDescriptors();
     /// The system gives a device its configuration that came without.
     void Configure();
-    /// Takes the node's permissions away, or gives them back.
+    /// Takes the node's permissions away, and root's to do without them; or gives both back.
     void Forbid(bool forbidden);
     /// Tells of an arrival that has been told of.
     void TellAgain();
@@ -46,7 +48,7 @@ private:
     /// Nodes of earlier addresses are kept: a client may have them open still.
     struct Node {
         int slave;
-        std::unique_ptr<Usbfs> usbfs;
+        std::shared_ptr<Usbfs> usbfs;
         std::string name;
     };
     std::vector<Node> nodes_;
