@@ -21,7 +21,7 @@ uint8_t CodeOf(uint8_t character) {
 } // namespace
 
 void WriteStripeMarker() {
-    const MagneticTrack &track = records.magnetic.tracks[1];
+    const MagneticTrack track = CopyMagnetic().tracks[1];
     std::lock_guard guard(imageLock);
     uint8_t *mark = imageSet.IrFr;
     *mark++ = 1;

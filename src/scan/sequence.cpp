@@ -103,8 +103,7 @@ void TakeStripe() {
         SecondScan(settings.irEnhance ? 0 : 1);
         XfrMS();
     }
-    // Written by this thread alone, so that it reads without the lock.
-    const MagneticRecord &magnetic = records.magnetic;
+    const MagneticRecord magnetic = CopyMagnetic();
     log.Image(Format("%05d, MS%s %d:%d:%d", state.scanCounter + 1, StripeMark(magnetic),
                      magnetic.tracks[0].count, magnetic.tracks[1].count, magnetic.tracks[2].count));
     SetScanState(K274_STATE_STRIPE_TAKEN);

@@ -4,6 +4,11 @@
 
 namespace k274 {
 
+MagneticRecord CopyMagnetic() {
+    std::lock_guard guard(recordLock);
+    return records.magnetic;
+}
+
 void ClearMagnetic() {
     std::lock_guard guard(recordLock);
     for (MagneticTrack &track : records.magnetic.tracks) {

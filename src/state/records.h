@@ -23,6 +23,8 @@ struct Records {
 };
 extern Records records;
 
+/// The magnetic record as it stands: the host may clear it at any time. Takes recordLock.
+MagneticRecord CopyMagnetic();
 /// Empties the magnetic record; the error flags stay. Takes recordLock.
 void ClearMagnetic();
 
