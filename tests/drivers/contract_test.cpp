@@ -164,13 +164,14 @@ TEST_P(Driver, FaultsHaveTheirStatusAndLoseNothingThatTheyDelay) {
             if (found != actions.begin())
                 Arm(0x11, direction == "in" ? VS_IN : VS_OUT, static_cast<uint32_t>(found - actions.begin()),
                     value);
+            const uint32_t timeoutMs = action == "hang" ? 200 : 999;
             Bytes packet = Packet(LongReply(20000), 1);
             uint32_t got = 77;
-            EXPECT_EQ(WDU_TransferBulk(host.device, kOut, 0, 0, packet.data(), 256, &got, 60), sent);
+            EXPECT_EQ(WDU_TransferBulk(host.device, kOut, 0, 0, packet.data(), 256, &got, timeoutMs), sent);
             EXPECT_EQ(got, sent == 0 ? 256u : 0u);
             if (sent == 0) {
                 Bytes to(room + 1, 0xEE);
-                EXPECT_EQ(WDU_TransferBulk(host.device, kIn, 1, 0, to.data(), room, &got, 60), read);
+                EXPECT_EQ(WDU_TransferBulk(host.device, kIn, 1, 0, to.data(), room, &got, timeoutMs), read);
                 EXPECT_EQ(got, count);
                 EXPECT_TRUE(action == "length" || to[count] == 0xEE) << "more is written than is told";
                 to.resize(count);
