@@ -28,7 +28,7 @@ std::string log;
 size_t logEnd = 0;
 uint32_t lastNumber = 0; // of the packets sent
 
-/// The log's new lines, without their numbers and times.
+/// The log's new lines, without their numbers and times and the decoder's time.
 void NoteLog() {
     std::ifstream file(log, std::ios::binary | std::ios::ate);
     const auto end = static_cast<size_t>(std::max<std::streamoff>(0, file.tellg()));
@@ -39,7 +39,9 @@ void NoteLog() {
     file.read(text.data(), static_cast<std::streamsize>(text.size()));
     logEnd = end;
     for (size_t from = 0, to; (to = text.find("\r\n", from)) != std::string::npos; from = to + 2) {
-        const std::string line = text.substr(from, to - from);
+        std::string line = text.substr(from, to - from);
+        if (const size_t duration = line.find("dur:"); duration != std::string::npos)
+            line.replace(duration + 4, 3, "...");
         const size_t comma = line.find(", ");
         lines.push_back({"log \"" + line.substr(comma == std::string::npos ? 0 : comma + 2) + '"', -1, ""});
     }
