@@ -1,45 +1,18 @@
-// White-card test, response profiles of the three passes, and dust.
-#include "src/analysis/dust.h"
+// Response profiles of the three passes.
 #include "src/analysis/ir_profiles.h"
 #include "src/analysis/rgb_profiles.h"
 #include "src/analysis/uv_profiles.h"
-#include "src/analysis/white_test.h"
 
 #include "tests/reference/formulas.h"
-#include "tests/support/data.h"
 #include "tests/support/images.h"
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <cstring>
 #include <tuple>
 
 namespace k274 {
 namespace {
-
-TEST(WhiteTest, WhiteCardByDarkSamplesAndMeans) {
-    for (const auto &row : Table("analysis/white_test.txt")) {
-        SCOPED_TRACE(row[0]);
-        const std::vector<int> samples = Ints(row[2]);
-        const bool white = row[3] == "1";
-        ColourImage image(static_cast<uint8_t>(Ints(row[1])[0]));
-        for (const int side : {0, 1})
-            for (int i = 0; i < samples[static_cast<size_t>(2 * side)]; i++)
-                image.At(150 + 1350 * side + 8 * (i / 100),
-                         650 + 10 * (i % 100))[samples[static_cast<size_t>(2 * side + 1)]] = 63;
-        ScanMeasures measures;
-        measures.cardClass = 7;
-        measures.cardCode = 'C';
-        measures.cardVariant = 'S';
-        EXPECT_EQ(WhiteTest(image.View(), measures), white);
-        EXPECT_EQ(measures.cardClass, white ? 0 : -1);
-        EXPECT_EQ(measures.cardCode, white ? 'C' : 0) << "only an ordinary card clears it";
-        EXPECT_EQ(measures.cardVariant, 0);
-        const auto counts = {measures.whiteSamples[0], measures.whiteDark[0], measures.whiteMean[0],
-                             measures.whiteSamples[1], measures.whiteDark[1], measures.whiteMean[1]};
-        EXPECT_THAT(Ints(row[4]), testing::ElementsAreArray(counts));
-    }
-}
 
 class ProfilesTest : public testing::Test {
 protected:
@@ -93,27 +66,6 @@ TEST_F(ProfilesTest, OfInfraredAndUltravioletLight) {
         ExpectSame();
     }
     EXPECT_EQ(fast_.raw[6][1349], 99);
-}
-
-TEST(DustTest, DustIsDimNotBlack) {
-    ColourImage rgbr(24);
-    GreyImage irr(2);
-    ScanMeasures measures;
-    DustCheck(rgbr.View(), irr.View(), measures);
-    EXPECT_EQ(measures.dustCount, 0);
-    // Fifty samples of 3 exceed the sum, of which 33 do not.
-    for (const int row : {79, 80, 1124, 1125, 1399, 1400, 2499, 2500})
-        rgbr.FillChannel(row, row, 50, 99, 1, 3);
-    for (int column = 50; column < 100; column++) {
-        rgbr.At(90, column)[2] = column < 83 ? 3 : 2;
-        *irr.At(90, column) = column == 50 || column == 99 ? 23 : column < 70 ? 3 : 24;
-    }
-    DustCheck(rgbr.View(), irr.View(), measures);
-    EXPECT_EQ(measures.dustCount, 4);
-    EXPECT_THAT(measures.dustPerChannel, testing::ElementsAre(0, 4, 0, 1));
-    rgbr.Fill(0, kSensorRows - 1, 50, 99, 23);
-    DustCheck(rgbr.View(), irr.View(), measures);
-    EXPECT_EQ(measures.dustCount, 255) << "no more than a byte holds";
 }
 
 } // namespace
