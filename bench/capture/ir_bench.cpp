@@ -58,10 +58,7 @@ void StoreLines() {
 }
 void CopyLines() { std::memcpy(rawBytes, lines, sizeof lines); }
 
-void PlainGain() {
-    reference::Copy<1>(raw, corrected);
-    reference::IrIllumGain(gains, corrected);
-}
+void PlainGain() { reference::IrIllumGain(raw, gains, corrected); }
 void Gain() { IrIllumGain(raw, gains, corrected); }
 void CopyWhole() { std::memcpy(correctedBytes, rawBytes, kImageBytes); }
 

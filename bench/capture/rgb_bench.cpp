@@ -63,10 +63,7 @@ void PlainCopy() { reference::Copy<3>(raw, corrected); }
 void Copy() { CopyImage(raw, corrected); }
 void CopyWhole() { std::memcpy(correctedBytes, rawBytes, kImageBytes); }
 
-void PlainGain() {
-    reference::Copy<3>(raw, corrected);
-    reference::RgbIllumGain(gains, corrected);
-}
+void PlainGain() { reference::RgbIllumGain(raw, gains, corrected); }
 void Gain() { RgbIllumGain(raw, gains, corrected); }
 
 void PlainCrop() { reference::RgbCrop(raw, corrected, FindCard(raw), natFr, natBk, edge); }

@@ -18,38 +18,41 @@
 namespace k274 {
 namespace {
 
-// Both forms of a step, each on an image of its own.
-template <typename Image, typename Fast, typename Plain>
-void ExpectSame(const Image &before, const Fast &fast, const Plain &plain) {
+// Both forms of a step, each with an image of its own as the last argument.
+template <typename Image, typename Fast, typename Plain, typename... Arguments>
+void ExpectSame(const Image &before, const Fast &fast, const Plain &plain, const Arguments &...arguments) {
     Image image = before, expected = before;
-    fast(image.View());
-    plain(expected.View());
+    fast(arguments..., image.View());
+    plain(arguments..., expected.View());
     EXPECT_TRUE(image == expected);
 }
 
-template <typename View>
-using Store = void (*)(const uint8_t *block, int number, View raw);
-
-template <typename View, typename Image>
-void ExpectStores(Image image, int blockBytes, Store<View> store, Store<View> plain,
-                  std::initializer_list<int> numbers) {
-    Image expected = image.Randomize(1);
-    std::vector<uint8_t> block(static_cast<size_t>(blockBytes)); // exactly: a byte beyond is noticed
-    for (const int number : numbers) {
-        FillRandom(block, static_cast<uint32_t>(number));
-        store(block.data(), number, image.View());
-        plain(block.data(), number, expected.View());
-        ASSERT_TRUE(image == expected) << number;
-    }
+// Mostly such as responses lead to, and others up to the largest.
+template <typename Gains>
+void FillGains(Gains &gains) {
+    std::mt19937 random(7);
+    for (auto *gain = reinterpret_cast<uint16_t *>(&gains); gain != reinterpret_cast<uint16_t *>(&gains + 1);
+         gain++)
+        *gain = static_cast<uint16_t>(random() % 4 ? random() % 400 : random() % 65536);
 }
 
 TEST(Steps, StoreBlocksOfEveryNumber) {
-    ExpectStores<ColourView>(ColourImage(), kRgbBlockBytes, RgbLineStore, reference::RgbLineStore,
-                             {INT_MIN, -12,  -8,   -7,   0,    3,    4,    5,    15,   16,   100,
-                              1147,    1148, 2188, 2283, 2284, 2285, 2286, 2288, 2296, 2297, INT_MAX});
-    ExpectStores<GreyView>(
-        GreyImage(), kIrBlockBytes, IrLineStore, reference::IrLineStore,
-        {INT_MIN, -6, -5, -4, 5, 6, 7, 100, 1200, 2289, 2382, 2383, 2384, 2394, 2395, INT_MAX});
+    const ColourImage rgb = ColourImage().Randomize(1);
+    const GreyImage ir = GreyImage().Randomize(1);
+    std::vector<uint8_t> rgbBlock(kRgbBlockBytes),
+        irBlock(kIrBlockBytes); // exactly: a byte beyond is noticed
+    FillRandom(rgbBlock, 2);
+    FillRandom(irBlock, 3);
+    for (const int number : {INT_MIN, -12,  -8,   -7,   0,    3,    4,    5,    15,   16,   100,
+                             1147,    1148, 2188, 2283, 2284, 2285, 2286, 2288, 2296, 2297, INT_MAX}) {
+        SCOPED_TRACE(number);
+        ExpectSame(rgb, RgbLineStore, reference::RgbLineStore, rgbBlock.data(), number);
+    }
+    for (const int number :
+         {INT_MIN, -6, -5, -4, 5, 6, 7, 100, 1200, 2289, 2382, 2383, 2384, 2394, 2395, INT_MAX}) {
+        SCOPED_TRACE(number);
+        ExpectSame(ir, IrLineStore, reference::IrLineStore, irBlock.data(), number);
+    }
 }
 
 TEST(Steps, GainRowsOfEveryByteAndGain) {
@@ -81,54 +84,29 @@ TEST(Steps, GainRowsOfEveryByteAndGain) {
 TEST(Steps, GainsOfImages) {
     static RgbGains gains;
     static uint16_t irGains[kSensorRows];
-    std::mt19937 random(7);
-    for (int row = 0; row < kSensorRows; row++) {
-        irGains[row] = static_cast<uint16_t>(random() % 327);
-        for (uint16_t &gain : gains[row])
-            gain = static_cast<uint16_t>(random() % 327);
-    }
-    ColourImage raw = ColourImage().Randomize(2);
-    const auto plain = [&](ColourView image) { reference::RgbIllumGain(gains, image); };
-    ExpectSame(
-        raw, [&](ColourView image) { RgbIllumGain(image, gains, image); }, plain);
-    ColourImage corrected;
-    CopyImage(raw.View(), corrected.View());
-    EXPECT_TRUE(corrected == raw);
-    ColourImage expected = raw;
-    plain(expected.View());
-    RgbIllumGain(raw.View(), gains, corrected.View());
-    EXPECT_TRUE(corrected == expected);
-    for (const char kind : {'V', 'f'})
-        ExpectSame(
-            raw, [&](ColourView image) { RgbWccGain(kind, gains, image); },
-            [&](ColourView image) { reference::RgbWccGain(kind, gains, image); });
-
+    FillGains(gains);
+    FillGains(irGains);
+    ColourImage raw = ColourImage().Randomize(2), inPlace = raw, expected = raw;
     GreyImage infrared = GreyImage().Randomize(3);
-    ExpectSame(
-        GreyImage(), [&](GreyView image) { IrIllumGain(infrared.View(), irGains, image); },
-        [&](GreyView image) {
-            reference::Copy<1>(infrared.View(), image);
-            reference::IrIllumGain(irGains, image);
-        });
+    ExpectSame(ColourImage(), CopyImage, reference::Copy<3>, raw.View());
+    ExpectSame(ColourImage(), RgbIllumGain, reference::RgbIllumGain, raw.View(), gains);
+    ExpectSame(GreyImage(), IrIllumGain, reference::IrIllumGain, infrared.View(), irGains);
+    for (const char kind : {'V', 'f'})
+        ExpectSame(raw, RgbWccGain, reference::RgbWccGain, kind, gains);
+    RgbIllumGain(inPlace.View(), gains, inPlace.View());
+    reference::RgbIllumGain(raw.View(), gains, expected.View());
+    EXPECT_TRUE(inPlace == expected);
 }
 
 TEST(Steps, BarcodeImagesAndRedContrast) {
     ColourImage colours = ColourImage().Randomize(17);
     GreyImage infrared = GreyImage().Randomize(18), red0(kSensorRows, kRgbColumns, 0);
     const GreyImage image(kSensorRows, kRgbColumns, 9);
-    ExpectSame(
-        image, [&](GreyView red) { BuildRedImage(colours.View(), red); },
-        [&](GreyView red) { reference::BuildRedImage(colours.View(), red); });
-    ExpectSame(
-        image, [&](GreyView red) { BuildIrBarcodeImage(infrared.View(), red); },
-        [&](GreyView red) { reference::BuildIrBarcodeImage(infrared.View(), red); });
-
-    const ContrastTable table = BuildContrastTable();
+    ExpectSame(image, BuildRedImage, reference::BuildRedImage, colours.View());
+    ExpectSame(image, BuildIrBarcodeImage, reference::BuildIrBarcodeImage, infrared.View());
     for (uint8_t &byte : red0.Randomize(4).bytes)
         byte = static_cast<uint8_t>(byte >> 1); // most within the table's slope
-    ExpectSame(
-        image, [&](GreyView red1) { RedContrast(table, red0.View(), red1); },
-        [&](GreyView red1) { reference::RedContrast(table, red0.View(), red1); });
+    ExpectSame(image, RedContrast, reference::RedContrast, BuildContrastTable(), red0.View());
 }
 
 // Rows behind the sensor's, before it and before the back's half; leading edges at both ends, the last of
@@ -168,10 +146,7 @@ TEST(Steps, StretchTablesFollowTheSinglePrecisionSteps) {
 
 TEST(Steps, UltravioletWithEveryCombinationOfOptions) {
     static uint16_t gains[kSensorRows];
-    std::mt19937 random(8);
-    for (uint16_t &gain : gains)
-        gain = static_cast<uint16_t>(random() % 164);
-    gains[700] = 65535;
+    FillGains(gains);
     ColourImage source = UvImage().Randomize(6), before = UvImage().Randomize(7);
     ExpectSame(source, UvBrighten, reference::UvBrighten);
     UvBrighten(source.View());
@@ -196,12 +171,30 @@ TEST(Steps, UltravioletCropsAtEveryEdgeRow) {
     ColourImage corrected = UvImage().Randomize(9);
     const ColourImage image(K274_UV_HEIGHT, K274_UV_WIDTH, 77);
     for (const int row : {1134, 1168, 1234, 0, -1, -900, 2599, 4000})
-        ExpectSame(
-            image, [&](ColourView uvFr) { UvCropFront(corrected.View(), row, uvFr); },
-            [&](ColourView uvFr) { reference::UvCropFront(corrected.View(), row, uvFr); });
-    ExpectSame(
-        image, [&](ColourView uvBk) { UvCropBack(corrected.View(), uvBk); },
-        [&](ColourView uvBk) { reference::UvCropBack(corrected.View(), uvBk); });
+        ExpectSame(image, UvCropFront, reference::UvCropFront, corrected.View(), row);
+    ExpectSame(image, UvCropBack, reference::UvCropBack, corrected.View());
+}
+
+// The images of the 1200-dpi passes are large: a long piece of noise over and over.
+TEST(Steps, HighResolutionPasses) {
+    static RgbGains gains;
+    FillGains(gains);
+    std::vector<uint8_t> noise(999'983);
+    FillRandom(noise, 1);
+    ColourImage lines(kHrLines, kHrPixels, 0), turned(kHrPixels, kHrLines, 0);
+    for (ColourImage *image : {&lines, &turned})
+        for (size_t at = 0; at < image->bytes.size(); at += noise.size())
+            std::copy_n(noise.begin(), std::min(noise.size(), image->bytes.size() - at), &image->bytes[at]);
+    for (const HrMode mode : {HrMode::Short, HrMode::Full}) {
+        SCOPED_TRACE(mode == HrMode::Full);
+        ExpectSame(lines, HrRealign, reference::HrRealign, mode);
+        ExpectSame(lines, HrGain, reference::HrGain, mode, gains);
+        ExpectSame(turned, HrTurn, reference::HrTurn, mode, lines.View());
+    }
+    std::vector<ColourImage> cuts(2, ColourImage(2300, 1000, 9)), plain = cuts;
+    HrSplit(turned.View(), cuts[0].View(), cuts[1].View());
+    reference::HrSplit(turned.View(), plain[0].View(), plain[1].View());
+    EXPECT_TRUE(cuts == plain);
 }
 
 } // namespace

@@ -29,7 +29,7 @@ using SensorGains = uint16_t[kSensorRows];
 
 // Visible light
 void RgbLineStore(const uint8_t *block, int linesLeft, ColourView raw);
-void RgbIllumGain(const RgbGains &gains, ColourView corrected);
+void RgbIllumGain(ConstColourView raw, const RgbGains &gains, ColourView corrected);
 void RgbWccGain(char kind, const RgbGains &gains, ColourView corrected);
 /// Cuts; the card must have been found.
 void RgbCrop(ConstColourView raw, ConstColourView corrected, const CardPosition &at, ColourView natFr,
@@ -41,7 +41,7 @@ void RedContrast(const ContrastTable &table, ConstGreyView red0, GreyView red1);
 
 // Infrared
 void IrLineStore(const uint8_t *block, int firstLine, GreyView raw);
-void IrIllumGain(const SensorGains &gains, GreyView corrected);
+void IrIllumGain(ConstGreyView raw, const SensorGains &gains, GreyView corrected);
 /// Cuts and stretches; the edges must have been found.
 void IrCrop(ConstGreyView raw, ConstGreyView corrected, const CardPosition &card, const IrPosition &position,
             GreyView irFr, GreyView irBk);

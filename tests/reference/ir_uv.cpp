@@ -15,8 +15,8 @@ void IrLineStore(const uint8_t *block, int firstLine, GreyView raw) {
     LineStore(block, firstLine, {11, 6, 2394, 2393, 6}, raw);
 }
 
-void IrIllumGain(const SensorGains &gains, GreyView corrected) {
-    Fill(corrected, [&](int r, int c, int) { return Gained(*corrected.Pixel(r, c), gains[r], 7); });
+void IrIllumGain(ConstGreyView raw, const SensorGains &gains, GreyView corrected) {
+    Fill(corrected, [&](int r, int c, int) { return Gained(*raw.Pixel(r, c), gains[r], 7); });
 }
 
 void IrCrop(ConstGreyView raw, ConstGreyView corrected, const CardPosition &card, const IrPosition &position,

@@ -7,8 +7,8 @@ void RgbLineStore(const uint8_t *block, int linesLeft, ColourView raw) {
     LineStore(block, linesLeft, {12, 4, 2296, 2299, 0}, raw);
 }
 
-void RgbIllumGain(const RgbGains &gains, ColourView corrected) {
-    Fill(corrected, [&](int r, int c, int k) { return Gained(corrected.Pixel(r, c)[k], gains[r][k], 7); });
+void RgbIllumGain(ConstColourView raw, const RgbGains &gains, ColourView corrected) {
+    Fill(corrected, [&](int r, int c, int k) { return Gained(raw.Pixel(r, c)[k], gains[r][k], 7); });
 }
 
 void RgbWccGain(char kind, const RgbGains &gains, ColourView corrected) {
