@@ -28,7 +28,7 @@ struct LifecycleTest : LibraryTest {
         const std::vector<int> states = States();
         return static_cast<size_t>(std::count(states.begin(), states.end(), code));
     }
-    HealthyScanner scanner;
+    ScriptedScanner scanner;
     std::atomic<uint32_t> sendStatus{0};
 };
 

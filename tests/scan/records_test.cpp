@@ -98,10 +98,10 @@ TEST_F(RecordsTest, StripeImageAndTracksOutliveFaults) {
         k274::ClearCapture();
         k274::records.magnetic.tracks[1].bits[0] = 77;
         int reads = 0;
-        TheDriver().onRead = [&](const Sent &last, uint32_t size) {
+        TheDriver().onRead = [&](const Sent &last, uint32_t) {
             if (last.code == c.code && ++reads >= c.first && reads < c.first + c.count)
                 return Reply{5};
-            Reply reply = scanner.Answer(last, size);
+            Reply reply = scanner.Answer(last);
             if (last.code == 7)
                 std::fill(reply.bytes.begin() + 256, reply.bytes.end(), uint8_t{33});
             return reply;
@@ -117,8 +117,8 @@ TEST_F(RecordsTest, StripeImageAndTracksOutliveFaults) {
 }
 
 TEST_F(RecordsTest, BareRepliesAreBlackNotStale) {
-    TheDriver().onRead = [&](const Sent &last, uint32_t size) {
-        Reply reply = scanner.Answer(last, size);
+    TheDriver().onRead = [&](const Sent &last, uint32_t) {
+        Reply reply = scanner.Answer(last);
         if (last.code == 7 || last.code == 0x20)
             reply.bytes = Bytes(20, 0xEE);
         return reply;

@@ -2,12 +2,11 @@
 #pragma once
 
 #include "tests/support/scripted_decoder.h"
-#include "tests/support/scripted_driver.h"
+#include "tests/support/scripted_scanner.h"
 #include "tests/support/test_clock.h"
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <functional>
 #include <string>
 #include <vector>
@@ -40,25 +39,10 @@ protected:
     std::string folder;
 };
 
-/// A scanner that answers every command as a healthy one does.
-struct HealthyScanner {
-    std::vector<uint16_t> words;     // status words of the polls, the last one repeats
-    std::vector<std::string> events; // handed out one by one
-    uint8_t replyKind = 0;           // of status replies while no event waits
-    uint8_t firmware[3] = {2, 3, 7};
-    uint16_t afe = 500;  // every AFE word
-    int progress = 2299; // of image packets
-    std::atomic<size_t> polls{0};
-
-    /// Makes the scripted driver answer for this scanner, which must outlive the test's exchanges.
-    void Serve();
-    scripted::Reply Answer(const scripted::Sent &last, uint32_t size);
-};
-
-/// The library with its driver open in front of a healthy scanner, and an empty log.
+/// The library with its driver open in front of a scripted scanner, and an empty log.
 class ScannerTest : public LibraryTest {
 protected:
     void SetUp() override;
 
-    HealthyScanner scanner;
+    ScriptedScanner scanner;
 };

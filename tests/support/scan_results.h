@@ -8,26 +8,39 @@
 #include <string>
 #include <vector>
 
+struct ScanPart {
+    const char *name;
+    uint8_t *bytes;
+    size_t size;
+};
+
+inline std::vector<ScanPart> ScanImages() {
+    constexpr size_t kNat = 3 * K274_NAT_WIDTH * K274_NAT_HEIGHT, kIr = K274_IR_WIDTH * K274_IR_HEIGHT,
+                     kUv = 3 * K274_UV_WIDTH * K274_UV_HEIGHT, kSli = 3 * K274_SLI_WIDTH * K274_SLI_HEIGHT;
+    return {{"NatFr", K274_GetImgNatFr(), kNat},
+            {"NatBk", K274_GetImgNatBk(), kNat},
+            {"IrFr", K274_GetImgIrFr(), kIr},
+            {"IrBk", K274_GetImgIrBk(), kIr},
+            {"IrbFr", K274_GetImgIrbFr(), kIr},
+            {"IrbBk", K274_GetImgIrbBk(), kIr},
+            {"UvFr", K274_GetImgUvFr(), kUv},
+            {"UvBk", K274_GetImgUvBk(), kUv},
+            {"SliFr", K274_GetImgSliFr(), kSli},
+            {"SliBk", K274_GetImgSliBk(), kSli},
+            {"Edge", K274_GetImgEdge(), 3 * K274_EDGE_WIDTH * K274_EDGE_HEIGHT},
+            {"MsIr", K274_GetImgMsIr(), K274_MSIR_WIDTH * K274_MSIR_HEIGHT},
+            {"MsBl", K274_GetImgMsBl(), K274_MSBL_WIDTH * K274_MSBL_HEIGHT}};
+}
+
 using ScanResults = std::map<std::string, std::vector<uint8_t>>;
 
 inline ScanResults TakeScanResults() {
     ScanResults results;
-    const auto add = [&results](const char *name, const uint8_t *from, int channels, int width, int height) {
-        results[name].assign(from, from + size_t(channels) * size_t(width) * size_t(height));
-    };
-    add("NatFr", K274_GetImgNatFr(), 3, K274_NAT_WIDTH, K274_NAT_HEIGHT);
-    add("NatBk", K274_GetImgNatBk(), 3, K274_NAT_WIDTH, K274_NAT_HEIGHT);
-    add("IrFr", K274_GetImgIrFr(), 1, K274_IR_WIDTH, K274_IR_HEIGHT);
-    add("IrBk", K274_GetImgIrBk(), 1, K274_IR_WIDTH, K274_IR_HEIGHT);
-    add("UvFr", K274_GetImgUvFr(), 3, K274_UV_WIDTH, K274_UV_HEIGHT);
-    add("UvBk", K274_GetImgUvBk(), 3, K274_UV_WIDTH, K274_UV_HEIGHT);
-    add("SliFr", K274_GetImgSliFr(), 3, K274_SLI_WIDTH, K274_SLI_HEIGHT);
-    add("SliBk", K274_GetImgSliBk(), 3, K274_SLI_WIDTH, K274_SLI_HEIGHT);
-    add("Edge", K274_GetImgEdge(), 3, K274_EDGE_WIDTH, K274_EDGE_HEIGHT);
-    add("MsIr", K274_GetImgMsIr(), 1, K274_MSIR_WIDTH, K274_MSIR_HEIGHT);
-    add("MsBl", K274_GetImgMsBl(), 1, K274_MSBL_WIDTH, K274_MSBL_HEIGHT);
-    add("raw-response", K274_GetCcdRawResp(), 7, 2700, 1);
-    add("corrected-response", K274_GetCcdCorResp(), 7, 2700, 1);
+    for (const ScanPart &part : ScanImages())
+        results[part.name].assign(part.bytes, part.bytes + part.size);
+    constexpr size_t kResponses = K274_RESP_TABLES * K274_RESP_POSITIONS;
+    results["raw-response"].assign(K274_GetCcdRawResp(), K274_GetCcdRawResp() + kResponses);
+    results["corrected-response"].assign(K274_GetCcdCorResp(), K274_GetCcdCorResp() + kResponses);
     results["stripe"].resize(sizeof(K274_Magnetic));
     K274_GetMag(results["stripe"].data());
     return results;

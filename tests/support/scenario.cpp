@@ -1,13 +1,17 @@
 #include "tests/support/scenario.h"
 
 #include "include/k274.h"
+#include "platform/os/os.h"
+#include "src/api/lifecycle.h"
 #include "src/common/running.h"
 #include "src/decoders/barcode.h"
 #include "src/link/attach.h"
 #include "src/link/transport.h"
+#include "src/log/log.h"
+#include "src/maint/rig.h"
+#include "src/maint/version.h"
 #include "src/passes/hires_pass.h"
 #include "src/passes/ir_pass.h"
-#include "src/passes/line_transfer.h"
 #include "src/passes/rgb_pass.h"
 #include "src/passes/stripe_pass.h"
 #include "src/passes/uv_pass.h"
@@ -18,61 +22,142 @@
 #include "src/scan/status.h"
 #include "src/scan/wait.h"
 #include "src/state/flags.h"
-#include "src/state/image_set.h"
 #include "src/state/monitor_record.h"
 #include "src/state/notify.h"
+#include "src/state/pass_results.h"
 #include "src/state/records.h"
+#include "src/state/settings.h"
 #include "tests/support/data.h"
+#include "tests/support/scan_results.h"
 #include "tests/support/transcript.h"
 
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
+#include <tuple>
 
 namespace {
 
 using k274::CmdPkt;
+using k274::Outcome;
 using k274::state;
 using k274::transport;
-using scripted::Reply;
-using scripted::Sent;
 using scripted::TheDriver;
 using In = std::istringstream;
 
-int64_t Next(In &in, int64_t otherwise = 0) {
-    std::string word;
-    return in >> word ? std::stoll(word, nullptr, 0) : otherwise;
-}
-template <typename Number = int>
-Number NextAs(In &in, int64_t otherwise = 0) {
-    return static_cast<Number>(Next(in, otherwise));
-}
-int NextCode(In &in) {
-    std::string word;
-    in >> word;
-    return std::stoi(word, nullptr, 16);
-}
-std::string Rest(In &in) {
-    std::string rest;
-    std::getline(in >> std::ws, rest);
-    return rest;
-}
+CmdPkt packet;               // of single exchanges
+std::vector<uint8_t> buffer; // the host's
 
-void Tell(const std::string &result) { transcript::Note("= " + result); }
-void TellHex(uint32_t status) {
+/// An argument as a word: a number, a command of a packet, a name, the buffer or none; a text is the rest of
+/// the line. What is missing is 0, or the packet as it stands.
+template <typename Argument>
+struct Word {
+    std::string word;
+    explicit Word(In &in) {
+        if constexpr (std::is_same_v<Argument, std::string>)
+            std::getline(in >> std::ws, word);
+        else
+            in >> word;
+    }
+    operator Argument() const {
+        if constexpr (std::is_integral_v<Argument>)
+            return static_cast<Argument>(word.empty() ? 0 : std::stoll(word, nullptr, 0));
+        else if constexpr (std::is_same_v<Argument, CmdPkt &>)
+            return word.empty() ? packet
+                                : packet = CmdPkt(static_cast<uint8_t>(std::stoi(word, nullptr, 16)));
+        else if constexpr (std::is_same_v<Argument, std::string>)
+            return word;
+        else if constexpr (std::is_same_v<Argument, const char *>)
+            return word == "none" ? nullptr : word.c_str();
+        else
+            return word == "none" ? nullptr : buffer.data();
+    }
+};
+
+template <typename Result>
+std::string Told(const Result &result) {
     std::ostringstream text;
-    text << std::hex << status;
-    Tell(text.str());
+    if constexpr (std::is_same_v<Result, Outcome>)
+        text << std::hex << result.status << (result.Ok() ? ", done" : ", not done");
+    else if constexpr (std::is_same_v<Result, uint32_t>)
+        text << std::hex << result;
+    else if constexpr (std::is_same_v<Result, uint8_t>)
+        text << int{result};
+    else
+        text << std::boolalpha << result;
+    return text.str();
 }
-void TellBool(bool value) { Tell(value ? "true" : "false"); }
 
-void TellRead(const k274::Outcome &outcome) {
-    Tell(outcome.Ok() ? "complete" : outcome.kind == k274::Outcome::NoScanner ? "no scanner" : "incomplete");
+template <typename Result, typename... Arguments>
+auto Call(std::function<Result(Arguments...)> function) {
+    return [function](In &in) {
+        const std::tuple<Word<Arguments>...> arguments{Word<Arguments>(in)...};
+        if constexpr (std::is_void_v<Result>)
+            std::apply(function, arguments);
+        else
+            transcript::Note("= " + Told(std::apply(function, arguments)));
+    };
+}
+template <typename Function>
+auto Call(Function function) {
+    return Call(std::function(function));
+}
+template <typename Class, typename Result, typename... Arguments>
+auto Call(Class &object, Result (Class::*function)(Arguments...)) {
+    return Call(std::function<Result(Arguments...)>(
+        [&object, function](Arguments... arguments) { return (object.*function)(arguments...); }));
 }
 
-void TellFaults(const std::string &result) {
-    Tell(result + ", transfer errors " + std::to_string(K274_GefXfrErrs()) + ", beep " +
-         std::to_string(state.beepRequest));
+template <typename... Values>
+std::string Line(const char *name, const Values &...values) {
+    std::ostringstream text;
+    text << name;
+    ((text << ' ' << static_cast<int32_t>(values)), ...);
+    return text.str();
+}
+
+/// What the library keeps for later; what a step changes of it is told.
+std::vector<std::string> Kept() {
+    const auto &[red, green, blue, infrared] = k274::settings.illumination;
+    const auto &uv = k274::settings.uvOption;
+    const k274::ScanMetadata &metadata = k274::records.metadata;
+    K274_Status status;
+    K274_UpdateStatus(&status);
+    K274_Version version;
+    K274_GetVersion(&version);
+    return {Line("word", K274_ScanState()),
+            Line("word in the record", status.statusWord),
+            Line("cancelled", k274::monitor.cancelled),
+            Line("link", state.linkState),
+            Line("online", K274_UsbIsOnline()),
+            Line("scanner", version.serialNumber),
+            Line("transfer errors", K274_GefXfrErrs()),
+            Line("failures", k274::deviceLink.transferErrors),
+            Line("beep", state.beepRequest),
+            Line("hold-off", state.firmwareHoldOff),
+            Line("loopback", state.loopbackCount),
+            Line("scans", state.scanCounter),
+            Line("cleared", state.cleared),
+            Line("login", state.loginFlag),
+            Line("last scan", state.lastScanMode),
+            Line("illumination", red, green, blue, infrared),
+            Line("ultraviolet", uv[0], uv[1], uv[2]),
+            Line("infrared", k274::settings.irEnhance),
+            Line("parameters", metadata.parameter0, metadata.parameter1, metadata.parameter3),
+            Line("red gain", k274::records.afe.words[0])};
+}
+
+std::string BarcodeRecord() {
+    K274_Barcode record;
+    K274_GetBC(&record);
+    return '"' + std::string(reinterpret_cast<const char *>(record.pdfText)) + "\" of " +
+           std::to_string(record.pdfLength) + ", decoder " + std::to_string(record.decoder);
+}
+
+/// What the fake rig that is built beside this program was told since the last time. LD_LIBRARY_PATH, set by
+/// ctest, leads to it.
+std::string RigTrace() {
+    void *driver = os::LoadModule("labjackud");
+    EXPECT_NE(driver, nullptr) << "run through ctest";
+    return driver ? reinterpret_cast<const char *(*)()>(os::ModuleSymbol(driver, "TakeRigTrace"))() : "";
 }
 
 } // namespace
@@ -81,18 +166,21 @@ void Scenario::SetUp() {
     ScannerTest::SetUp();
     K274_SetBcdOpt(0);
     k274::monitor.uptime = 5;
-    sendFaults.clear();
-    readFaults.clear();
-    patches.clear();
-    lengths.clear();
-    fills.clear();
-    progress.clear();
-    events.clear();
-    claim = claimSent = -1;
+    scanner.Heal();
     scanner.words.clear();
     scanner.events.clear();
-    scanner.polls = 0;
-    Serve();
+    scanner.progress = {2299};
+    scanner.polls = scanner.packets = 0;
+    buffer.assign(200000, 0);
+    scripted::TheDecoder().onDecode = [this](const scripted::DecodeRequest &request) {
+        const std::string text = barcodes.empty() ? "" : barcodes.front();
+        if (!barcodes.empty())
+            barcodes.erase(barcodes.begin());
+        transcript::Note("decode " + std::to_string(request.lines) + " lines of " +
+                         std::to_string(request.pixels) + " pixels" +
+                         (request.linear ? ", linear, too" : "") + ": \"" + text + '"');
+        return text.empty() ? scripted::Symbol{} : scripted::Symbol{0x1000, text};
+    };
     before = std::filesystem::current_path();
     std::filesystem::current_path(folder);
     transcript::Begin(LogFile());
@@ -104,307 +192,162 @@ void Scenario::TearDown() {
     ScannerTest::TearDown();
 }
 
-void Scenario::Serve() {
-    TheDriver().onSend = [this](const Sent &sent) {
-        return Reply{FaultOf(sendFaults, sent.code), {}, claimSent};
-    };
-    TheDriver().onRead = [this](const Sent &last, uint32_t size) { return Answer(last, size); };
-    scripted::TheDecoder().onDecode = [this](const scripted::DecodeRequest &request) {
-        const std::string text = barcodes.empty() ? "" : barcodes.front();
-        if (!barcodes.empty())
-            barcodes.erase(barcodes.begin());
-        transcript::Note("decode " + std::to_string(request.lines) + " lines of " +
-                         std::to_string(request.pixels) + " pixels" +
-                         (request.linear ? ", linear, too" : "") + ": \"" + text + '"');
-        return text.empty() ? scripted::Symbol{} : scripted::Symbol{0x1000, text};
-    };
-}
-
-uint32_t Scenario::FaultOf(std::map<int, Fault> &faults, int code) {
-    for (const int key : {code, 0xFF}) { // FF: all commands
-        const auto at = faults.find(key);
-        if (at == faults.end())
-            continue;
-        const int number = ++at->second.seen;
-        if (number >= at->second.first && number < at->second.first + at->second.count)
-            return at->second.status;
-    }
-    return 0;
-}
-
-Reply Scenario::Answer(const Sent &last, uint32_t size) {
-    if (const uint32_t status = FaultOf(readFaults, last.code))
-        return {status};
-    if (const auto event = events.find(scanner.polls); last.code == 0 && event != events.end())
-        scanner.events = {event->second};
-    if (last.code >= 1 && last.code <= 3) {
-        const auto known = progress.find(++packets);
-        scanner.progress = known != progress.end() ? known->second : progress.empty() ? 2299 : 65535;
-    }
-    Reply reply = scanner.Answer(last, size);
-    if (const auto fill = fills.find(last.code); fill != fills.end())
-        std::fill(reply.bytes.begin() + 24, reply.bytes.end(), fill->second);
-    for (const auto &[at, byte] : patches[last.code])
-        reply.bytes.at(at) = static_cast<uint8_t>(byte);
-    for (const int key : {int{last.code}, 0xFF})
-        if (const auto length = lengths.find(key); length != lengths.end())
-            reply.bytes.resize(length->second);
-    reply.claim = claim;
-    return reply;
-}
-
-// What the scanner, the driver and the clock are like.
-void Scenario::ScannerSteps() {
-    steps["fresh"] = [this](In &) {
-        TearDown();
-        SetUp();
-    };
-    steps["words"] = [this](In &in) {
-        scanner.words.clear();
-        for (int64_t word; (word = Next(in, -1)) >= 0;)
-            scanner.words.push_back(static_cast<uint16_t>(word));
-        scanner.polls = 0;
-    };
-    steps["event"] = [this](In &in) { scanner.events = {Rest(in)}; };
-    steps["event-at"] = [this](In &in) {
-        const auto poll = NextAs<size_t>(in);
-        events = {{poll, Rest(in)}};
-    };
-    steps["reply-kind"] = [this](In &in) { scanner.replyKind = NextAs<uint8_t>(in); };
-    steps["firmware"] = [this](In &in) {
-        for (uint8_t &part : scanner.firmware)
-            part = NextAs<uint8_t>(in);
-    };
-    steps["byte"] = [this](In &in) {
-        const int code = NextCode(in);
-        const auto at = NextAs<size_t>(in);
-        patches[code][at] = NextAs(in);
-    };
-    steps["length"] = [this](In &in) {
-        const int code = NextCode(in);
-        lengths[code] = NextAs<size_t>(in);
-    };
-    steps["fill"] = [this](In &in) {
-        const int code = NextCode(in);
-        fills[code] = NextAs<uint8_t>(in);
-    };
-    steps["barcodes"] = [this](In &in) {
-        barcodes.clear();
-        for (std::string text; std::getline(in >> std::ws, text, '|');)
-            barcodes.push_back(text == "none" ? "" : text);
-    };
-    steps["claim"] = [this](In &in) { claim = Next(in); };
-    steps["claim-sent"] = [this](In &in) { claimSent = Next(in); };
-    const auto fault = [](std::map<int, Fault> &faults) {
-        return [&faults](In &in) {
-            const int code = NextCode(in);
-            const int first = NextAs(in, 1), count = NextAs(in, 1000000);
-            faults[code] = {first, count, NextAs<uint32_t>(in, 5)};
-        };
-    };
-    steps["fail-send"] = fault(sendFaults);
-    steps["fail-read"] = fault(readFaults);
-    steps["heal"] = [this](In &) {
-        sendFaults.clear();
-        readFaults.clear();
-        patches.clear();
-        lengths.clear();
-        claim = claimSent = -1;
-    };
-    steps["progress"] = [this](In &in) {
-        progress.clear();
-        packets = 0;
-        for (int packet; (packet = NextAs(in, -1)) >= 0;)
-            progress[packet] = NextAs(in);
-    };
-    steps["attach"] = [](In &) { scripted::Attach(); };
-    steps["detach"] = [](In &) { scripted::Detach(); };
-    steps["reset-detaches"] = [](In &) { TheDriver().onReset = [](uint32_t) { scripted::Detach(); }; };
-    steps["decoder"] = [](In &in) {
-        scripted::TheDecoder().minor = NextAs<int32_t>(in);
-        k274::SdVersion();
-    };
-    steps["uptime"] = [](In &in) { k274::monitor.uptime = static_cast<double>(Next(in)); };
-}
-
-// The transport's operations, one by one.
-void Scenario::TransportSteps() {
-    static CmdPkt packet;
-    const auto command = [](In &in) -> CmdPkt & {
-        return packet = CmdPkt(static_cast<uint8_t>(NextCode(in)));
-    };
-    steps["send"] = [=](In &in) { TellHex(transport.SendCmd(command(in)).status); };
-    steps["send-header"] = [=](In &in) { TellHex(transport.SendCmdHeader(command(in)).status); };
-    steps["send-data"] = [=](In &in) {
-        CmdPkt &data = command(in);
-        TellHex(transport.SendCmdData(data, NextAs<uint32_t>(in)).status);
-    };
-    steps["write"] = [](In &in) {
-        const auto size = NextAs<uint32_t>(in);
+std::map<std::string, Scenario::Step> Scenario::Steps() {
+    std::map<std::string, Step> steps{{"SendCmd", Call(transport, &k274::Transport::SendCmd)},
+                                      {"SendCmdHeader", Call(transport, &k274::Transport::SendCmdHeader)},
+                                      {"SendCmdData", Call(transport, &k274::Transport::SendCmdData)},
+                                      {"ReadPacketHdr", Call(transport, &k274::Transport::ReadPacketHdr)},
+                                      {"ReadData", Call(transport, &k274::Transport::ReadData)},
+                                      {"SetVerbose", Call(transport, &k274::Transport::SetVerbose)},
+                                      {"CyclePort", Call(transport, &k274::Transport::CyclePort)},
+                                      {"HardReset", Call(transport, &k274::Transport::HardReset)},
+                                      {"ResetPipes", Call(transport, &k274::Transport::ResetPipes)},
+                                      {"FwCmd", Call(k274::FwCmd)},
+                                      {"XfrRgb", Call(k274::XfrRgb)},
+                                      {"XfrIR", Call(k274::XfrIR)},
+                                      {"XfrUV", Call(k274::XfrUV)},
+                                      {"Xfr12S", Call(k274::Xfr12S)},
+                                      {"XfrMS", Call(k274::XfrMS)},
+                                      {"Capture1200F", Call(k274::Capture1200F)},
+                                      {"WaitForStatus", Call(k274::WaitForStatus)},
+                                      {"ScanSequence", Call(k274::ScanSequence)},
+                                      {"ResendLastScan", Call(k274::ResendLastScan)},
+                                      {"SyncFirmware", Call(k274::SyncFirmware)},
+                                      {"RdCcUv", Call(K274_RdCcUv)},
+                                      {"ScanMode", Call(K274_ScanMode)},
+                                      {"AutoFwUpgrade", Call(K274_AutoFwUpgrade)},
+                                      {"Eject", Call(K274_Eject)},
+                                      {"UserLED", Call(K274_UserLED)},
+                                      {"UserBeep", Call(K274_UserBeep)},
+                                      {"SetBcdOpt", Call(K274_SetBcdOpt)},
+                                      {"ProgFlash", Call(K274_ProgFlash)},
+                                      {"ProgFpga", Call(K274_ProgFpga)},
+                                      {"ProgFpgaEx", Call(K274_ProgFpgaEx)},
+                                      {"FormatFlash", Call(K274_FormatFlash)},
+                                      {"EraseFPGA", Call(K274_EraseFPGA)},
+                                      {"SaveWcc", Call(K274_SaveWcc)},
+                                      {"SetLEDs", Call(K274_SetLEDs)},
+                                      {"GuiLedAging", Call(K274_GuiLedAging)},
+                                      {"MechTest", Call(K274_MechTest)},
+                                      {"UsbTest", Call(K274_UsbTest)},
+                                      {"SetIllumOpt", Call(K274_SetIllumOpt)},
+                                      {"SetUvOpt", Call(K274_SetUvOpt)},
+                                      {"UvEnhance", Call(K274_UvEnhance)},
+                                      {"IrEnhance", Call(K274_IrEnhance)},
+                                      {"UseCertaxis", Call(K274_UseCertaxis)},
+                                      {"2ndScan", Call(K274_2ndScan)},
+                                      {"LstScan", Call(K274_LstScan)},
+                                      {"DebugLEDs", Call(K274_DebugLEDs)},
+                                      {"LogIn", Call(K274_LogIn)},
+                                      {"Reset", Call(K274_Reset)},
+                                      {"Clear", Call(K274_Clear)},
+                                      {"RdFlashData", Call(K274_RdFlashData)},
+                                      {"RdFactData", Call(K274_RdFactData)},
+                                      {"WrFactData", Call(K274_WrFactData)},
+                                      {"RdUserData", Call(K274_RdUserData)},
+                                      {"WrUserData", Call(K274_WrUserData)},
+                                      {"Params", Call(K274_Params)},
+                                      {"GetParams", Call(K274_GetParams)},
+                                      {"AfeRegs", Call(K274_AfeRegs)},
+                                      {"GetFocusImg", Call(K274_GetFocusImg)},
+                                      {"GetFocImgAry", Call(K274_GetFocImgAry)},
+                                      {"LabJack", Call(K274_LabJack)},
+                                      {"attach", Call(scripted::Attach)},
+                                      {"detach", Call(scripted::Detach)},
+                                      {"barcode", Call(BarcodeRecord)},
+                                      {"rig", Call(RigTrace)}};
+    // The library's inside.
+    steps["LastSendWentOut"] = Call([] { return transport.LastSendWentOut(); });
+    steps["WritePacket"] = Call([](uint32_t size) {
         std::fill_n(transport.DataToWrite(), size, uint8_t{3});
-        TellRead(transport.WritePacket(size));
-    };
-    steps["read-header"] = [](In &) { TellRead(transport.ReadPacketHdr(packet)); };
-    steps["read"] = [](In &in) { TellRead(transport.ReadData(NextAs<uint32_t>(in))); };
-    steps["read-image"] = [](In &in) {
-        TellRead(transport.ReadImgPkt(transport.imagePacketBuffer, NextAs<uint32_t>(in)));
-    };
-    steps["exchange"] = [=](In &in) { TellBool(k274::FwCmd(command(in))); };
-    steps["last-send"] = [](In &) { TellBool(transport.LastSendWentOut()); };
-    steps["verbose"] = [](In &in) { transport.SetVerbose(NextAs<uint32_t>(in)); };
-    steps["cycle-port"] = [](In &) { transport.CyclePort(); };
-    steps["hard-reset"] = [](In &) { TellBool(transport.HardReset()); };
-    steps["reset-pipes"] = [](In &) { TellBool(transport.ResetPipes()); };
-}
-
-// Single passes.
-void Scenario::PassSteps() {
-    const auto pass = [](auto run) {
-        return [run](In &) {
-            K274_ClrXfrErrs();
-            state.beepRequest = 0;
-            TellFaults(run() ? "whole" : "not whole");
-        };
-    };
-    steps["visible"] = pass(k274::XfrRgb);
-    steps["infrared"] = pass(k274::XfrIR);
-    steps["ultraviolet"] = pass(k274::XfrUV);
-    steps["short-hires"] = pass(k274::Xfr12S);
-    steps["stripe"] = pass([] {
-        k274::XfrMS();
-        return true;
+        return transport.WritePacket(size);
     });
-    steps["full-hires"] = [](In &) { k274::Capture1200F(); };
-    steps["first-line"] = [](In &) {
-        TellHex(K274_RdCcUv());
-        TellFaults("pass untouched");
-    };
-    steps["status-word"] = [](In &in) { state.statusWord = NextAs<uint32_t>(in); };
-    steps["resend-request"] = [](In &in) { state.resendRequest = NextAs(in); };
-    steps["close"] = [](In &) { k274::running = false; };
-}
-
-// What the host asks for, and what the monitor thread does.
-void Scenario::ScanSteps() {
-    steps["scan-mode"] = [](In &in) { K274_ScanMode(NextAs<uint8_t>(in)); };
-    steps["last-scan"] = [](In &in) { K274_LstScan(NextAs<int32_t>(in), 0); };
-    steps["ir-enhance"] = [](In &in) { K274_IrEnhance(NextAs<uint8_t>(in)); };
-    steps["upgrade"] = [](In &in) { K274_AutoFwUpgrade(NextAs<uint8_t>(in)); };
-    steps["login"] = [](In &in) { state.loginFlag = NextAs<uint8_t>(in); };
-    steps["eject"] = [](In &) { K274_Eject(); };
-    steps["led"] = [](In &in) { K274_UserLED(NextAs<int32_t>(in)); };
-    steps["beep"] = [](In &in) { K274_UserBeep(NextAs<uint8_t>(in)); };
-    steps["poll"] = [](In &) {
-        uint8_t &image = k274::imageSet.NatFr[0], &hires = k274::imageSet.SliFr[0];
-        image = hires = 9;
+    steps["ReadImgPkt"] =
+        Call([](uint32_t size) { return transport.ReadImgPkt(transport.imagePacketBuffer, size); });
+    steps["poll"] = Call([] {
         k274::monitor.cancelled = false;
-        TellHex(static_cast<uint32_t>(k274::PollStatus()));
-        K274_Status record;
-        K274_UpdateStatus(&record);
-        if (K274_ScanState() != record.statusWord)
-            Tell("state " + std::to_string(static_cast<int32_t>(K274_ScanState())) + ", record " +
-                 std::to_string(record.statusWord));
-        if (k274::monitor.cancelled)
-            Tell("cancelled");
-        if (image == 0)
-            Tell(hires == 0 ? "all images cleared" : "images cleared");
-    };
-    steps["wait"] = [](In &in) {
-        const auto mask = NextAs<uint32_t>(in);
-        const int32_t word = k274::WaitForStatus(mask, Rest(in) == "or idle");
-        Tell(std::to_string(word));
-    };
-    steps["link"] = [](In &in) {
-        state.linkState = NextAs<int32_t>(in);
-        k274::LinkStep(Rest(in) == "good");
-        K274_Version version;
-        K274_GetVersion(&version);
-        Tell(std::to_string(state.linkState) + (K274_UsbIsOnline() ? ", online" : "") + ", scanner " +
-             std::to_string(version.serialNumber));
-    };
-    steps["start-up"] = [](In &) {
+        return static_cast<uint32_t>(k274::PollStatus());
+    });
+    steps["link"] = Call([](int32_t link, bool good) {
+        state.linkState = link;
+        k274::LinkStep(good);
+    });
+    steps["start-up"] = Call([] {
         k274::StartupChecks();
         k274::DeliverRaisedStates();
+    });
+    steps["rig-opens"] = Call([] {
+        k274::LabJackOpen();
+        RigTrace(); // what earlier tests left
+    });
+    steps["forget-faults"] = Call([] {
+        K274_ClrXfrErrs();
+        state.beepRequest = 0;
+    });
+    steps["status-word"] = Call([](uint32_t word) { state.statusWord = word; });
+    steps["job"] = Call([](uint16_t job) { k274::records.status.device17 = job; });
+    steps["resend-request"] = Call([](int32_t request) { state.resendRequest = request; });
+    steps["login"] = Call([](uint8_t flag) { state.loginFlag = flag; });
+    steps["hold-off"] = Call([](int32_t passes) { state.firmwareHoldOff = passes; });
+    steps["uptime"] = Call([](int seconds) { k274::monitor.uptime = seconds; });
+    steps["forget-versions"] = Call([] { k274::records.version = {}; });
+    steps["close"] = Call([] { k274::running = false; });
+    // The scanner, the driver and the decoder.
+    steps["fresh"] = Call([this] {
+        TearDown();
+        SetUp();
+    });
+    const auto series = [](auto &values, auto &taken) {
+        return Call([&](std::string text) {
+            const std::vector<int> numbers = Ints(text);
+            values.assign(numbers.begin(), numbers.end());
+            taken = 0;
+        });
     };
-    steps["decode"] = [](In &in) { K274_SetBcdOpt(NextAs<uint8_t>(in)); };
-    steps["barcode"] = [](In &) {
-        K274_Barcode record;
-        K274_GetBC(&record);
-        const std::string text(reinterpret_cast<const char *>(record.pdfText));
-        Tell('"' + text + "\" of " + std::to_string(record.pdfLength) + ", decoder " +
-             std::to_string(record.decoder));
-    };
-    steps["scan"] = [](In &) {
-        k274::ScanSequence();
-        Tell("scans " + std::to_string(state.scanCounter));
-    };
-    steps["resend"] = [](In &) {
-        k274::ResendLastScan();
-        Tell("scans " + std::to_string(state.scanCounter));
-    };
-}
-
-// What a workshop asks for.
-void Scenario::MaintenanceSteps() {
-    const auto program = [](int32_t (*run)(const char *)) {
-        return [run](In &in) { // a file's name, or none
-            const std::string path = Rest(in);
-            const int32_t result = run(path.empty() ? nullptr : path.c_str());
-            Tell(std::to_string(result) + ", hold-off " + std::to_string(state.firmwareHoldOff));
-            state.firmwareHoldOff = 0;
-        };
-    };
-    steps["program-firmware"] = program(K274_ProgFlash);
-    steps["program-fpga"] = program(K274_ProgFpga);
-    steps["program-fpga-unerased"] = program(K274_ProgFpgaEx);
-    steps["file"] = [](In &in) {
-        std::string name;
-        in >> name;
-        std::ofstream(name, std::ios::binary) << std::string(NextAs<size_t>(in), 'i');
-    };
-    steps["forget-versions"] = [](In &) { k274::records.version = {}; };
-    steps["hold-off"] = [](In &in) { state.firmwareHoldOff = NextAs<int32_t>(in); };
-    steps["sync-firmware"] = [](In &in) {
-        k274::records.status.device17 = NextAs<uint16_t>(in);
-        TellBool(k274::SyncFirmware());
-        Tell("hold-off " + std::to_string(state.firmwareHoldOff));
-    };
-    steps["format-flash"] = [](In &) { K274_FormatFlash(); };
-    steps["erase-fpga"] = [](In &) { K274_EraseFPGA(); };
-    steps["flash-block"] = [](In &in) {
-        uint8_t block[4096];
-        Tell(std::to_string(K274_RdFlashData(block, NextAs<uint16_t>(in))));
-    };
-    steps["save-response"] = [](In &in) {
-        const std::vector<uint8_t> response(18900, NextAs<uint8_t>(in));
-        Tell(std::to_string(K274_SaveWcc(response[0] ? response.data() : nullptr)));
-    };
-    steps["leds"] = [](In &in) {
-        const auto a = NextAs<uint8_t>(in), b = NextAs<uint8_t>(in);
-        K274_SetLEDs(a, b, NextAs<uint8_t>(in));
-    };
-    steps["led-aging"] = [](In &in) { K274_GuiLedAging(NextAs<uint8_t>(in)); };
-    steps["mechanism"] = [](In &in) {
-        const auto test = NextAs<uint8_t>(in);
-        const auto first = NextAs<uint32_t>(in);
-        K274_MechTest(test, first, NextAs<uint32_t>(in));
-    };
-    steps["usb-test"] = [](In &in) {
-        const auto number = NextAs<int32_t>(in);
-        const int32_t result = K274_UsbTest(number, NextAs<uint32_t>(in));
-        Tell(std::to_string(result) + ", count " + std::to_string(state.loopbackCount));
-    };
+    steps["words"] = series(scanner.words, scanner.polls);
+    steps["progress"] = series(scanner.progress, scanner.packets);
+    steps["event"] = Call([this](std::string event) { scanner.events = {{scanner.polls, event}}; });
+    steps["event-at"] = Call([this](size_t poll, std::string event) { scanner.events = {{poll, event}}; });
+    for (const std::string change : {"length", "bytes", "fail-send", "fail-read"})
+        steps[change] = Call([=](std::string rest) { scanner.Change(change + ' ' + rest); });
+    steps["heal"] = Call(scanner, &ScriptedScanner::Heal);
+    steps["claim"] = Call([this](int64_t claim) { scanner.claim = claim; });
+    steps["claim-sent"] = Call([this](int64_t claim) { scanner.claimSent = claim; });
+    steps["reset-detaches"] = Call([] { TheDriver().onReset = [](uint32_t) { scripted::Detach(); }; });
+    steps["decoder"] = Call([](int32_t version) {
+        scripted::TheDecoder().minor = version;
+        k274::SdVersion();
+    });
+    steps["barcodes"] = Call([this](std::string texts) {
+        barcodes.clear();
+        In words(texts);
+        for (std::string text; std::getline(words, text, '|');)
+            barcodes.push_back(text == "none" ? "" : text);
+    });
+    // The host's side.
+    steps["file"] = Call([](size_t size, std::string name) { WriteText(name, std::string(size, 'i')); });
+    steps["set"] = Call([](size_t from, size_t count, uint8_t value) { // of the buffer
+        std::fill_n(&buffer.at(from), count, value);
+    });
+    steps["show"] = Call([](size_t count) { // the buffer's beginning
+        transcript::Note("buffer " + transcript::Runs(buffer.data(), 0, count));
+    });
+    steps["fill-images"] = Call([](uint8_t value) {
+        for (const ScanPart &part : ScanImages())
+            std::fill_n(part.bytes, part.size, value);
+    });
+    steps["images"] = Call([] {
+        for (const ScanPart &part : ScanImages())
+            transcript::Note(part.name + (' ' + transcript::Runs(part.bytes, 0, part.size)));
+    });
+    return steps;
 }
 
 void Scenario::Play(const std::string &file) {
-    ScannerSteps();
-    TransportSteps();
-    PassSteps();
-    ScanSteps();
-    MaintenanceSteps();
-    const std::string kept = ReadText(K274_SOURCE_DIR "/tests/" + file);
-    ASSERT_NE(kept, "") << file;
-    std::istringstream lines(kept);
+    const std::map<std::string, Step> steps = Steps();
+    std::ifstream lines(K274_SOURCE_DIR "/tests/" + file, std::ios::binary);
+    ASSERT_TRUE(lines) << file;
+    std::vector<std::string> kept = Kept();
     std::string played;
     for (std::string line; std::getline(lines, line);) {
         const bool isStep = line.compare(0, 2, "> ") == 0;
@@ -416,7 +359,14 @@ void Scenario::Play(const std::string &file) {
         std::string name;
         words >> name;
         ASSERT_TRUE(steps.count(name)) << line;
-        steps[name](words);
+        steps.at(name)(words);
+        std::string changes;
+        const std::vector<std::string> last = std::exchange(kept, Kept());
+        for (size_t i = 0; i < kept.size(); ++i)
+            if (kept[i] != last[i])
+                changes += (changes.empty() ? "now " : ", ") + kept[i];
+        if (!changes.empty())
+            transcript::Note(changes);
         played += transcript::Take();
     }
     ExpectKept(file, played);
