@@ -2,16 +2,19 @@
 #pragma once
 
 #include <memory>
+#include <vector>
 
 namespace drivers {
 
 struct Backend {
     const char *device; // K274_DEVICE
-    bool replays;       // what a course gives is recorded, and asked of the recording again
     bool splits;        // long transfers are made of several
-    bool wire;          // faults happen on a bus, which knows no claims and passes what came before a hang
+    /// Faults happen on a bus, which knows no claims and passes what came before a hang. Of the others what a
+    /// course gives is recorded, and asked of the recording again.
+    bool wire;
     /// Connects the scanner; what it returns lives as long as a test.
     std::shared_ptr<void> (*connect)(bool splits);
 };
+extern const std::vector<Backend> kBackends;
 
 } // namespace drivers

@@ -13,8 +13,6 @@
 
 namespace drivers {
 
-extern const std::vector<Backend> kBackends;
-
 namespace {
 
 using namespace wire;
@@ -55,10 +53,10 @@ protected:
     void Play(const std::function<void(Host &)> &course) {
         const ::TempFolder folder;
         const std::string file = folder.File("a.rec"), copy = folder.File("copy.rec");
-        if (GetParam().replays)
+        if (!GetParam().wire)
             Use(GetParam().device, file);
         course(*std::make_unique<Host>());
-        if (!GetParam().replays)
+        if (GetParam().wire)
             return;
         SCOPED_TRACE("replayed");
         Use("replay:" + file, copy);

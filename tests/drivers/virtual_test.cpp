@@ -8,9 +8,7 @@
 
 namespace drivers {
 
-extern const std::vector<Backend> kBackends;
-const std::vector<Backend> kBackends{
-    {"virtual", true, false, false, [](bool) { return std::shared_ptr<void>(); }}};
+const std::vector<Backend> kBackends{{"virtual", false, false, [](bool) { return std::shared_ptr<void>(); }}};
 
 namespace {
 

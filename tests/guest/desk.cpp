@@ -1,5 +1,6 @@
 // The control of a scanner that stands on another machine's desk, in front of the driver library's own:
-// preloaded, it asks redir_server at the other end of the serial line that K274_DESK names.
+// preloaded, it asks redir_server at the other end of the serial line that K274_DESK names. How fast that
+// scanner is was set there when it was switched on.
 #include "tests/guest/desk.h"
 
 #include <fcntl.h>
@@ -50,12 +51,10 @@ int32_t VS_InsertCard(const char *folder) {
     return Ask(note).result;
 }
 int32_t VS_CardWaiting() { return Ask({Wish::CardWaiting}).result; }
-int32_t VS_SetSpeed(double factor) { return Ask({Wish::SetSpeed, 0, "", factor}).result; }
-void VS_SetSeed(uint32_t seed) { Ask({Wish::SetSeed, 0, "", 0, seed}); }
+void VS_SetSeed(uint32_t seed) { Ask({Wish::SetSeed, 0, "", seed}); }
 void VS_PressEject() { Ask({Wish::PressEject}); }
 void VS_PlugIn() { Ask({Wish::PlugIn}); }
-void VS_Unplug() { Ask({Wish::Unplug}); }
-int32_t VS_ArmFault(const VS_Fault *fault) { return Ask({Wish::ArmFault, 0, "", 0, 0, *fault}).result; }
+int32_t VS_ArmFault(const VS_Fault *fault) { return Ask({Wish::ArmFault, 0, "", 0, *fault}).result; }
 void VS_ClearFaults() { Ask({Wish::ClearFaults}); }
 void VS_GetObserved(VS_Observed *observed) { *observed = Ask({Wish::GetObserved}).observed; }
 const char *VS_LastError() { return lastText.c_str(); }

@@ -8,25 +8,13 @@
 
 namespace guest {
 
-enum class Wish {
-    InsertCard,
-    CardWaiting,
-    SetSpeed,
-    SetSeed,
-    PressEject,
-    PlugIn,
-    Unplug,
-    ArmFault,
-    ClearFaults,
-    GetObserved
-};
+enum class Wish { InsertCard, CardWaiting, SetSeed, PressEject, PlugIn, ArmFault, ClearFaults, GetObserved };
 
 /// The same on both machines.
 struct Note {
     Wish wish{};
     int32_t result = 0;  // of the function, and its text
     char text[256] = ""; // the card's folder, on the way there
-    double speed = 0;
     uint32_t seed = 0;
     VS_Fault fault{};
     VS_Observed observed{};

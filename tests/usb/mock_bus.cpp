@@ -46,21 +46,35 @@ std::string Text(const char *format, int number) {
 
 } // namespace
 
-bus::Bytes Port::AllDescriptors() {
-    bus::Bytes all = bus::kDeviceDescriptor;
-    all.insert(all.end(), bus::kConfigDescriptor.begin(), bus::kConfigDescriptor.end());
+/// USB 2.0, class by interface, packets of 64 bytes on endpoint 0, release 1.0, no texts; one configuration,
+/// self-powered; one interface of the maker's own class; a bulk endpoint each way, packets of 512 bytes.
+Bytes Port::AllDescriptors() {
+    constexpr uint8_t kLow = K274_VENDOR_ID & 0xFF, kHigh = K274_VENDOR_ID >> 8;
+    Bytes all;
+    for (const Bytes &each : {Bytes{18, 1, 0, 2, 0, 0, 0, 64, kLow, kHigh, 0x74, 2, 0, 1, 0, 0, 0, 1},
+                              {9, 2, 32, 0, 1, 1, 0, 0xC0, 1},
+                              {9, 4, 0, 0, 2, 0xFF, 0xFF, 0xFF, 0},
+                              {7, 5, kOutEndpoint, 2, 0, 2, 0},
+                              {7, 5, kInEndpoint, 2, 0, 2, 0}})
+        all.insert(all.end(), each.begin(), each.end());
     return all;
 }
 
-Port::Port(scanner::Scanner &scanner, int number) : number_(number) {
+Port::Port(scanner::Scanner &scanner, int number)
+    : scanner_(scanner), path_("/devices/usb1/1-" + std::to_string(number)) {
     TheBed();
-    const std::lock_guard lock(making_);
-    device_ = std::make_unique<bus::BusDevice>(scanner, [this](bool pluggedIn) { Follow(pluggedIn); });
+    thread_ = std::thread([this] { Serve(); });
 }
 
 Port::~Port() {
-    device_.reset();
-    Disappear();
+    {
+        const Lock lock(scanner_.mutex);
+        closing_ = true;
+        scanner_.changed.notify_all();
+    }
+    thread_.join();
+    if (connection_ != 0)
+        Disappear();
     for (const Node &node : nodes_) {
         umockdev_testbed_detach_ioctl(TheBed().bed, node.name.c_str(), nullptr);
         ::close(node.slave);
@@ -68,71 +82,72 @@ Port::~Port() {
 }
 
 bool Port::Await(bool pluggedIn) {
-    for (int k = 0; k < 20000; k++) {
-        if (device_->Settled() && (address_ != 0) == pluggedIn)
-            return true;
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return false;
+    Lock lock(scanner_.mutex);
+    return scanner_.changed.wait_for(lock, std::chrono::seconds(20), [&] {
+        return connection_ == scanner_.Connection() && (connection_ != 0) == pluggedIn;
+    });
 }
 
-void Port::Follow(bool pluggedIn) {
-    const std::lock_guard lock(making_);
-    if (pluggedIn)
-        Appear();
-    else
-        Disappear();
+void Port::Serve() {
+    Lock lock(scanner_.mutex);
+    while (!closing_) {
+        if (connection_ != scanner_.Connection()) {
+            // Pulled, though it may be back already.
+            const uint32_t next = connection_ != 0 ? 0 : scanner_.Connection();
+            lock.unlock();
+            next != 0 ? Appear() : Disappear();
+            lock.lock();
+            connection_ = next;
+            scanner_.changed.notify_all();
+        } else if (connection_ == 0 || !Step(*nodes_.back().usbfs, lock)) {
+            const auto moment = scanner_.device.NextMoment();
+            if (moment == scanner::Clock::TimePoint::max())
+                scanner_.changed.wait(lock);
+            else
+                scanner_.changed.wait_until(lock, moment);
+        }
+    }
 }
 
 void Port::Appear() {
     Bed &bed = TheBed();
-    const int address = ++bed.lastAddress;
-    int slave = -1;
-    if (openpty(&master_, &slave, nullptr, nullptr, nullptr) != 0)
+    const std::string address = Text("%03d", ++bed.lastAddress);
+    Node node{-1, -1, nullptr, "/dev/bus/usb/001/" + address};
+    termios raw{};
+    cfmakeraw(&raw);
+    if (openpty(&node.master, &node.slave, nullptr, &raw, nullptr) != 0)
         throw std::runtime_error("no terminal for a device node");
-    termios settings{};
-    tcgetattr(slave, &settings);
-    cfmakeraw(&settings);
-    tcsetattr(slave, TCSANOW, &settings);
-
-    Node node{slave, MakeUsbfs(behaviour, slave), Text("/dev/bus/usb/001/%03d", address)};
+    node.usbfs = MakeUsbfs(scanner_, behaviour, descriptors, node.slave);
     umockdev_testbed_attach_ioctl(bed.bed, node.name.c_str(), HandlerOf(*node.usbfs), nullptr);
     const fs::path link = bed.root + node.name;
     fs::create_directories(link.parent_path());
-    fs::create_symlink(ttyname(slave), link);
-    SetDevice(*node.usbfs, device_.get());
+    fs::create_symlink(ttyname(node.slave), link);
     nodes_.push_back(std::move(node));
 
     // Only now the news: who hears of it finds everything in its place.
-    path_ = "/devices/usb1/1-" + std::to_string(number_);
     std::string hex;
     for (const uint8_t byte : descriptors)
         hex += Text("%02X", byte);
-    const std::string text = "P: " + path_ +
-                             "\nE: SUBSYSTEM=usb\nE: DEVTYPE=usb_device\nE: DEVNAME=" + nodes_.back().name +
-                             "\nE: BUSNUM=001\nE: DEVNUM=" + Text("%03d", address) +
-                             "\nA: busnum=1\\n\nA: devnum=" + std::to_string(address) +
-                             "\\n\nA: speed=480\\n\nA: bConfigurationValue=" +
-                             (configured ? "1\\n" : "") + // nothing, as Linux has it
-                             "\nH: descriptors=" + hex + "\n\n";
+    const std::string text =
+        "P: " + path_ + "\nE: SUBSYSTEM=usb\nE: DEVTYPE=usb_device\nE: DEVNAME=" + nodes_.back().name +
+        "\nE: BUSNUM=001\nE: DEVNUM=" + address + "\nA: busnum=1\\n\nA: devnum=" + address +
+        "\\n\nA: speed=480\\n\nA: bConfigurationValue=" +
+        (configured ? "1\\n" : "") + // nothing, as Linux has it
+        "\nH: descriptors=" + hex + "\n\n";
     GError *error = nullptr;
     if (!umockdev_testbed_add_from_string(bed.bed, text.c_str(), &error))
         throw std::runtime_error(error->message);
-    address_ = address;
 }
 
 void Port::Disappear() {
-    if (path_.empty())
-        return;
-    Bed &bed = TheBed();
-    SetDevice(*nodes_.back().usbfs, nullptr);
-    fs::remove(bed.root + nodes_.back().name);
-    ::close(master_);
+    const Bed &bed = TheBed();
+    const Node &node = nodes_.back();
+    Leave(*node.usbfs);
+    fs::remove(bed.root + node.name);
+    ::close(node.master);
     const std::string path = "/sys" + path_;
     umockdev_testbed_uevent(bed.bed, path.c_str(), "remove");
     umockdev_testbed_remove_device(bed.bed, path.c_str());
-    path_.clear();
-    address_ = 0;
 }
 
 void Port::Configure() {

@@ -4,10 +4,8 @@
 
 #include "tests/usb/mock_usbfs.h"
 
-#include <memory>
-#include <mutex>
 #include <string>
-#include <vector>
+#include <thread>
 
 namespace mock {
 
@@ -22,10 +20,10 @@ public:
 
     Behaviour behaviour;
     /// For the next plug-in: the descriptors as the system has them.
-    bus::Bytes descriptors = AllDescriptors();
+    Bytes descriptors = AllDescriptors();
     std::atomic<bool> configured{true};
 
-    static bus::Bytes AllDescriptors();
+    static Bytes AllDescriptors();
     /// The system gives a device its configuration that came without.
     void Configure();
     /// Takes the node's permissions away, and root's to do without them; or gives both back.
@@ -36,23 +34,24 @@ public:
     bool Await(bool pluggedIn);
 
 private:
-    void Follow(bool pluggedIn);
+    void Serve();
     void Appear();
     void Disappear();
 
-    const int number_;
-    std::mutex making_; // the device's thread may be quicker than who makes the device
-    std::atomic<int> address_{0};
-    std::string path_; // in /sys, while it is plugged in
-    int master_ = -1;
+    scanner::Scanner &scanner_;
+    const std::string path_; // of the device
     /// Nodes of earlier addresses are kept: a client may have them open still.
     struct Node {
-        int slave;
+        int master, slave; // the terminal that stands for it
         std::shared_ptr<Usbfs> usbfs;
         std::string name;
     };
     std::vector<Node> nodes_;
-    std::unique_ptr<bus::BusDevice> device_; // last: its thread uses the rest
+    std::thread thread_; // follows the cable, and serves the node
+
+    // Under the scanner's mutex.
+    uint32_t connection_ = 0; // that the bus has
+    bool closing_ = false;
 };
 
 } // namespace mock

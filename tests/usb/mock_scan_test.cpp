@@ -67,6 +67,7 @@ TEST_F(UsbScan, GivesTheSameBytesAsTheVirtualScannerInProcess) {
             EXPECT_EQ(K274_GefXfrErrs(), 0u);
             K274_Close();
         }
+        EXPECT_EQ(port.behaviour.pieces.exchange(0) > 0, !c.scatterGather);
         for (const auto &[name, bytes] : results[0])
             EXPECT_TRUE(bytes == results[1][name]) << name;
         const auto &image = results[1]["NatFr"];
