@@ -2,19 +2,15 @@
 #pragma once
 
 #include "bench/frames/barcode_frames.h"
+#include "platform/sd2/decode.h"
 #include "platform/sd2/sd2.h"
 
-#include <array>
 #include <gtest/gtest.h>
-#include <string>
 
 namespace sd2_test {
 
-struct Read {
-    int32_t returned = 0, symbology = -1, orientation = -1;
-    std::string text;
-    std::array<uint16_t, 8> info{};
-    std::array<uint16_t, 2> position{};
+struct Read : sd2::Result {
+    int32_t returned = 0;
 };
 
 struct Wanted {
