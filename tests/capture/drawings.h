@@ -51,4 +51,13 @@ std::string Words(const Values &...values) {
     return text;
 }
 
+/// What a list holds at the places that the stream still has.
+template <typename List>
+std::string WordsAt(const List &list, std::istream &places) {
+    std::string text;
+    for (size_t at = 0; places >> at;)
+        Append(text, list[at]);
+    return text;
+}
+
 } // namespace k274

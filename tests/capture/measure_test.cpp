@@ -15,14 +15,6 @@
 namespace k274 {
 namespace {
 
-template <typename Tones>
-std::string TonesOf(const Tones &table, std::istream &places) {
-    std::string tones;
-    for (size_t from; places >> from;)
-        Append(tones, table[from]);
-    return tones;
-}
-
 TEST(MeasureTest, DrawnImages) {
     ColourImage rgb, uv = UvImage(), uvBk(K274_UV_HEIGHT, K274_UV_WIDTH, 0);
     GreyImage ir;
@@ -62,12 +54,12 @@ TEST(MeasureTest, DrawnImages) {
                        return Words(level.uvWhite, level.medianLevel, level.whiteRatio, level.gain);
                    }},
                   {"UvLedCheck", [&](auto &) { return Words(UvLedCheck(uvBk.View())); }},
-                  {"ContrastTable", [&](auto &places) { return TonesOf(BuildContrastTable(), places); }},
+                  {"ContrastTable", [&](auto &places) { return WordsAt(BuildContrastTable(), places); }},
                   {"UvBlackTable", [&](auto &places) {
                        int median = 0;
                        float gain = 0;
                        places >> median >> gain;
-                       return TonesOf(UvBlackTable(median, gain), places);
+                       return WordsAt(UvBlackTable(median, gain), places);
                    }}});
 }
 
