@@ -32,15 +32,22 @@ inline std::vector<ScanPart> ScanImages() {
             {"MsBl", K274_GetImgMsBl(), K274_MSBL_WIDTH * K274_MSBL_HEIGHT}};
 }
 
+/// The images and the response tables.
+inline std::vector<ScanPart> ScanParts() {
+    constexpr size_t kResponses = K274_RESP_TABLES * K274_RESP_POSITIONS;
+    std::vector<ScanPart> parts = ScanImages();
+    parts.push_back({"raw-response", K274_GetCcdRawResp(), kResponses});
+    parts.push_back({"corrected-response", K274_GetCcdCorResp(), kResponses});
+    parts.push_back({"white-response", K274_GetCcdWccResp(), kResponses});
+    return parts;
+}
+
 using ScanResults = std::map<std::string, std::vector<uint8_t>>;
 
 inline ScanResults TakeScanResults() {
     ScanResults results;
-    for (const ScanPart &part : ScanImages())
+    for (const ScanPart &part : ScanParts())
         results[part.name].assign(part.bytes, part.bytes + part.size);
-    constexpr size_t kResponses = K274_RESP_TABLES * K274_RESP_POSITIONS;
-    results["raw-response"].assign(K274_GetCcdRawResp(), K274_GetCcdRawResp() + kResponses);
-    results["corrected-response"].assign(K274_GetCcdCorResp(), K274_GetCcdCorResp() + kResponses);
     results["stripe"].resize(sizeof(K274_Magnetic));
     K274_GetMag(results["stripe"].data());
     return results;

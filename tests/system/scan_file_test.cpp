@@ -1,46 +1,23 @@
-// A scan saved and opened again, whole and damaged (tiff/damage.txt), by way of the exports.
+// A scan saved and opened again, whole and damaged (damage.txt), by way of the exports.
 #include "tests/support/data.h"
 #include "tests/support/host.h"
+#include "tests/support/scan_results.h"
 #include "tests/support/system.h"
 
 #include <algorithm>
 #include <cstring>
 #include <ctime>
-#include <filesystem>
-#include <fstream>
-#include <map>
-#include <sstream>
 
 namespace {
 
 namespace fs = std::filesystem;
 
-const struct {
-    const char *name;
-    uint8_t *(*get)();
-    size_t size;
-} kImages[] = {{"NatFr", K274_GetImgNatFr, 1880 * 1180 * 3}, {"NatBk", K274_GetImgNatBk, 1880 * 1180 * 3},
-               {"IrFr", K274_GetImgIrFr, 2048 * 1286},       {"IrBk", K274_GetImgIrBk, 2048 * 1286},
-               {"UvFr", K274_GetImgUvFr, 1024 * 643 * 3},    {"UvBk", K274_GetImgUvBk, 1024 * 643 * 3},
-               {"SliFr", K274_GetImgSliFr, 1000 * 2300 * 3}, {"SliBk", K274_GetImgSliBk, 1000 * 2300 * 3},
-               {"MsBl", K274_GetImgMsBl, 640 * 400},         {"raw", K274_GetCcdRawResp, 18900},
-               {"corrected", K274_GetCcdCorResp, 18900},     {"white", K274_GetCcdWccResp, 18900}};
-
 /// Everything that a file may hold, as the host sees it.
-std::map<std::string, std::string> Pieces() {
-    std::map<std::string, std::string> pieces;
-    for (const auto &[name, get, size] : kImages)
-        pieces[name].assign(reinterpret_cast<const char *>(get()), size);
-    pieces["magnetic"].resize(384);
-    K274_GetMag(pieces["magnetic"].data());
-    pieces["barcode"].resize(3192);
+ScanResults Pieces() {
+    ScanResults pieces = TakeScanResults();
+    pieces["barcode"].resize(sizeof(K274_Barcode));
     K274_GetBC(pieces["barcode"].data());
     return pieces;
-}
-
-void FillImages() {
-    for (const auto &[name, get, size] : kImages)
-        std::fill_n(get(), size, uint8_t{1});
 }
 
 struct ScanFileTest : HostTest {
@@ -55,7 +32,7 @@ TEST_F(ScanFileTest, OpeningGivesBackEveryBufferOrChangesNothing) {
     std::fill_n(K274_GetImgSliFr(), 1000 * 2300 * 3, uint8_t{1}); // the scans leave them
     std::fill_n(K274_GetImgSliBk(), 1000 * 2300 * 3, uint8_t{1});
     auto scanned = Pieces();
-    std::ofstream(Path("a.tif")) << "an earlier file";
+    WriteText(Path("a.tif"), "an earlier file");
     ASSERT_EQ(K274_Save(Path("a.tif").c_str()), 0);
     const std::string saved = ReadText(Path("a.tif"));
     EXPECT_EQ(saved.size(), 22915520u);
@@ -71,30 +48,25 @@ TEST_F(ScanFileTest, OpeningGivesBackEveryBufferOrChangesNothing) {
     const auto other = Pieces();
     EXPECT_FALSE(other.at("NatFr") == scanned.at("NatFr"));
     // Files do not keep the decoder's own fields.
-    scanned["barcode"].replace(3168, 24, other.at("barcode"), 3168, 24);
-    for (const auto &row : Table("tiff/damage.txt")) {
+    std::copy_n(&other.at("barcode")[3168], 24, &scanned["barcode"][3168]);
+    for (const auto &row : Table("system/damage.txt")) {
         SCOPED_TRACE(row[0]);
-        fs::remove(Path("bad.tif")); // not all systems copy onto a file
-        fs::copy_file(Path("a.tif"), Path("bad.tif"));
-        std::fstream(Path("bad.tif"), std::ios::in | std::ios::out | std::ios::binary)
-                .seekp(std::stol(row[2]))
-            << row[3];
-        fs::resize_file(Path("bad.tif"), std::stoul(row[1]));
-        const bool loaded = row[6].compare(0, 8, "as saved") == 0;
-        if (loaded)
-            FillImages();
+        std::string file = saved;
+        file.replace(std::stoul(row[2]), row[3].size(), row[3]).resize(std::stoul(row[1]));
+        WriteText(Path("bad.tif"), file);
+        const bool loaded = row[6] == "as saved";
+        for (const auto &[name, data, size] : ScanParts())
+            if (loaded)
+                std::fill_n(data, size, uint8_t{1});
         uint32_t variant = 99;
         EXPECT_EQ(K274_Open(Path("bad.tif").c_str(), &variant), std::stoi(row[4]));
         EXPECT_EQ(variant, std::stoul(row[5], nullptr, 0));
         auto expected = loaded ? scanned : other;
-        std::istringstream words(row[6]);
-        for (std::string word; words >> word;) {
-            if (word.find('=') == std::string::npos)
-                continue;
-            const std::string value = word.substr(word.find('=') + 1);
-            std::string &piece = expected.at(word.substr(0, word.find('=')));
-            const size_t kept = value == "cut" ? 22418936 - 20940224 : 0;
-            std::fill(piece.begin() + kept, piece.end(), value == "1" ? 1 : 0);
+        for (size_t k = 7; k < row.size(); ++k) {
+            std::string name;
+            size_t from = 0, value = 0;
+            Take(row[k], name, from, value);
+            std::fill(expected.at(name).begin() + from, expected.at(name).end(), value);
         }
         for (const auto &[name, bytes] : Pieces())
             EXPECT_TRUE(expected.at(name) == bytes) << name;
@@ -116,7 +88,7 @@ TEST_F(ScanFileTest, OpeningGivesBackEveryBufferOrChangesNothing) {
 
 TEST_F(ScanFileTest, AutomaticNamesCountUp) {
     const fs::path drive = DriveC(folder);
-    std::ofstream(Path("K274.ini")) << "[Demo]\nAutoSaveName=card\nAutoSaveNum=7\n";
+    WriteText(Path("K274.ini"), "[Demo]\nAutoSaveName=card\nAutoSaveNum=7\n");
     Start();
     K274_SetBcdOpt(0);
     ASSERT_EQ(Scan("club"), 8);
