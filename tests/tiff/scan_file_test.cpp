@@ -2,49 +2,31 @@
 // byte of every variant, what saving does to files, and what loading leaves.
 #include "src/tiff/scan_file.h"
 #include "tests/support/data.h"
+#include "tests/support/images.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
-#include <memory>
 #include <tuple>
 
 namespace k274::test {
 namespace {
 
-namespace fs = std::filesystem;
 using Bytes = std::vector<uint8_t>;
 
-/// A whole scan with bytes that differ everywhere.
 struct Scan {
-    explicit Scan(uint32_t seed) {
-        for (size_t i = 0; i < sizeof *this; i += sizeof seed) {
-            seed ^= seed << 13;
-            seed ^= seed >> 17;
-            seed ^= seed << 5;
-            std::memcpy(reinterpret_cast<uint8_t *>(this) + i, &seed, sizeof seed);
-        }
-    }
-    ScanContents Contents() {
-        return {&images, &magnetic, &barcode, responses[0], responses[1], responses[2]};
-    }
-
     ImageSet images;
     MagneticRecord magnetic;
     BarcodeRecord barcode;
     uint8_t responses[3][kResponseBytes];
 };
 
-class ScanFileTest : public testing::Test {
-protected:
+struct ScanFileTest : testing::Test {
     ScanFileTest() {
-        static_assert(sizeof(Scan) % 4 == 0);
-        fs::remove_all(folder);
-        fs::create_directory(folder);
-        std::memset(file, 0xEE, kMaxScanFileBytes); // as an earlier, unrelated file would leave it
+        FillRandom(memory, 5);
         const ScanMetadata metadata = {0x11,         {0x21, 0x22, 0x23},
                                        {0x31, 0x32}, 0x4847464544434241,
                                        0x54535251,   0x64636261,
@@ -53,39 +35,36 @@ protected:
                                        1.25f};
         BuildHeader(metadata, {0x1817161514131211, {2024, 3, 7, 4, 9, 5, 2, 87}}, header);
     }
-    ~ScanFileTest() override { fs::remove_all(folder); }
 
     size_t Assemble(ScanVariant variant) {
-        return AssembleScanFile(header, saved->Contents(), variant, file);
+        const ScanContents contents = {&saved.images,      &saved.magnetic,    &saved.barcode,
+                                       saved.responses[0], saved.responses[1], saved.responses[2]};
+        return AssembleScanFile(header, contents, variant, file);
     }
 
-    const fs::path folder = testing::TempDir() + "k274_scan_file";
-    const std::string path = (folder / "scan.tif").string();
-    std::unique_ptr<Scan> saved = std::make_unique<Scan>(5);
-    std::vector<uint8_t> store = Bytes(kMaxScanFileBytes);
+    Bytes memory = Bytes(sizeof(Scan)),
+          store = Bytes(kMaxScanFileBytes, 0xEE); // as an unrelated file left it
+    Scan &saved = *reinterpret_cast<Scan *>(memory.data());
     ScanFileBuffer &file = *reinterpret_cast<ScanFileBuffer *>(store.data());
     uint8_t header[kScanHeaderBytes];
 };
 
 /// The lines of sixteen bytes of a header that differ from those before; then these are its own.
 std::string ChangedLines(const uint8_t *header, size_t size, Bytes &before) {
-    std::string text;
-    char part[32];
+    std::ostringstream text;
+    text << std::setfill('0');
     for (size_t line = 0; line < size; line += 16) {
-        if (std::equal(header + line, header + line + 16, &before[line]))
+        const uint8_t *bytes = header + line, *end = bytes + 16;
+        if (std::equal(bytes, end, &before[line]))
             continue;
-        std::snprintf(part, sizeof part, "%04zu ", line);
-        text += part;
-        std::string characters = "  ";
-        for (size_t i = line; i < line + 16; ++i) {
-            std::snprintf(part, sizeof part, " %02x", header[i]);
-            text += part;
-            characters += header[i] >= ' ' && header[i] < 127 ? static_cast<char>(header[i]) : '.';
-        }
-        text += characters + "\n";
-        std::copy(header + line, header + line + 16, &before[line]);
+        text << std::setw(4) << std::dec << line << ' ' << std::hex;
+        std::for_each(bytes, end, [&](uint8_t byte) { text << ' ' << std::setw(2) << +byte; });
+        text << "  ";
+        std::for_each(bytes, end, [&](uint8_t byte) { text << (std::isprint(byte) ? char(byte) : '.'); });
+        text << '\n';
+        std::copy(bytes, end, &before[line]);
     }
-    return text + "\n";
+    return text.str() + '\n';
 }
 
 TEST_F(ScanFileTest, HeaderIsAsKept) {
@@ -112,8 +91,8 @@ TEST_F(ScanFileTest, HeaderIsAsKept) {
 }
 
 TEST_F(ScanFileTest, EveryByteOfEveryVariant) {
-    const ImageSet &images = saved->images;
-    const auto *barcode = reinterpret_cast<const uint8_t *>(&saved->barcode);
+    const ImageSet &images = saved.images;
+    const auto *barcode = reinterpret_cast<const uint8_t *>(&saved.barcode);
     // Modes of the last pass, as the host sets them, and the variant of each.
     const std::tuple<int, int, size_t> cases[] = {
         {0, 0, 22915520}, {1, 1, 36715520}, {2, 2, 18964928}, {-1, 2, 18964928}, {65536, 2, 18964928}};
@@ -123,12 +102,12 @@ TEST_F(ScanFileTest, EveryByteOfEveryVariant) {
         ASSERT_EQ(header[56], variant);
         const std::tuple<size_t, const void *, size_t, bool> blocks[] = {
             {0, header, 2304, false},
-            {4096, &saved->magnetic, 384, false},
+            {4096, &saved.magnetic, 384, false},
             {4864, barcode, 112, false},
             {5120, barcode + 112, 3056, false},
-            {8192, saved->responses[0], 18900, false},
-            {27136, saved->responses[1], 18900, false},
-            {46080, saved->responses[2], 18900, false},
+            {8192, saved.responses[0], 18900, false},
+            {27136, saved.responses[1], 18900, false},
+            {46080, saved.responses[2], 18900, false},
             {131072, images.MsBl, 256000, false},
             {387072, images.NatFr, 6655200, true},
             {7042272, images.NatBk, 6655200, true},
@@ -147,26 +126,24 @@ TEST_F(ScanFileTest, EveryByteOfEveryVariant) {
     }
 }
 
-// What a program of libtiff prints about the file.
-std::string OutputOf(const std::string &command, const std::string &file) {
-    const std::string output = file + ".txt";
-    if (std::system((command + " " + file + " > " + output + " 2>&1").c_str()) == -1)
-        return "";
-    return ReadText(output);
-}
-
 // The name and the software of the scan are kept at their places, though texts this short would lie in the
 // entries themselves: libtiff shows the places' numbers.
 TEST_F(ScanFileTest, DirectoriesAsLibtiffReadsThem) {
     if (std::system("command -v tiffdump > /dev/null") != 0)
         GTEST_SKIP() << "tiffdump (package libtiff-tools) is not installed";
+    const TempFolder folder;
+    const std::string path = folder.File("scan.tif"), output = folder.File("output.txt");
+    const auto outputOf = [&](const std::string &command) {
+        EXPECT_NE(std::system((command + " " + path + " > " + output + " 2>&1").c_str()), -1);
+        return ReadText(output);
+    };
     std::string text;
     for (int variant = 0; variant < 3; ++variant) {
         ASSERT_EQ(WriteScanFile(path.c_str(), file, Assemble(VariantOfLastScan(variant))), kSaved);
-        const std::string dump = OutputOf("tiffdump", path);
+        const std::string dump = outputOf("tiffdump");
         text += "variant " + std::to_string(variant) + dump.substr(std::min(dump.size(), path.size()));
         // The strips of all images are there to be decoded; the last page has none.
-        EXPECT_TRUE(variant == 2 || OutputOf("tiffinfo -D", path).find("rror") == std::string::npos);
+        EXPECT_TRUE(variant == 2 || outputOf("tiffinfo -D").find("rror") == std::string::npos);
     }
     ExpectKept("tiff/directories.txt", text);
 }
