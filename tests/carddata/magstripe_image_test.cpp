@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <random>
-#include <tuple>
 #include <vector>
 
 namespace k274::test {
@@ -42,19 +41,13 @@ Bytes Expected(const Bytes &stripe, int c, int f) {
 }
 
 TEST(MagstripeImage, BleedImage) {
-    const std::tuple<const char *, int, int, int, int, unsigned, int, int> cases[] = {
-        {"edge and line found", 392, 6, 150, 20, 40, 392, 5},
-        {"second line", 392, 1, 150, 20, 40, 392, 0},
-        {"wide stripe", 500, 9, 150, 20, 40, 401, 8},
-        {"narrow stripe", 384, 12, 150, 20, 40, 384, 11},
-        {"black", 0, 0, 0, 0, 0, 384, 11},
-        {"white", 900, 0, 255, 255, 0, 401, 0},
-        {"threshold 1: its own value is not above it", 390, 2, 3, 1, 0, 390, 1},
-    };
-    for (const auto &[name, edge, firstLine, bright, dark, noise, c, f] : cases) {
+    for (const auto &row : Table("carddata/stripes.txt")) {
+        int edge = 0, firstLine = 0, bright = 0, dark = 0, c = 0, f = 0;
+        unsigned noise = 0;
+        Take(row[1], edge, firstLine, bright, dark, noise, c, f);
         const Bytes stripe = Stripe(edge, firstLine, bright, dark, noise);
         for (const int option : {0, 3, -1})
-            EXPECT_TRUE(Built(stripe, option) == Expected(stripe, c, f)) << name << ", tones " << option;
+            EXPECT_TRUE(Built(stripe, option) == Expected(stripe, c, f)) << row[0] << ", tones " << option;
     }
     // Pixel 390 is bright in 5 of the ten sampled lines, pixel 388 in 6.
     Bytes stripe = Stripe(380, 640, 0, 10, 0);

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <bitset>
 #include <climits>
 #include <cstring>
 #include <random>
@@ -14,31 +15,27 @@ namespace {
 
 using Bits = std::vector<uint8_t>;
 
-/// A track's bits in the order in which the start sentinel comes first; notation as in the table.
-Bits RecordedBits(size_t zerosBefore, const std::string &characters, const std::string &behind) {
-    Bits bits(zerosBefore, 0);
+/// A track's bits in the order in which the start sentinel comes first; the row as in the table.
+Bits RecordedBits(const std::vector<std::string> &row) {
+    const std::string &characters = row[1], &behind = row[2];
+    Bits bits(std::stoul(row[0]), 0);
     const bool fiveBit = characters[0] == ';';
     int lrc = 0;
-    bool parity = true;
+    bool odd = true;
     const auto append = [&](int value) {
-        for (int i = 0; i < (fiveBit ? 4 : 6); ++i) {
+        for (int i = 0; i < (fiveBit ? 4 : 6); ++i)
             bits.push_back(value >> i & 1);
-            parity ^= (value >> i & 1) != 0;
-        }
-        bits.push_back(parity);
-        parity = true;
+        bits.push_back(odd == (std::bitset<6>(static_cast<unsigned>(value)).count() % 2 == 0));
+        lrc ^= value;
+        odd = true;
     };
-    for (const char character : characters) {
-        const int value = character - (fiveBit ? '0' : ' ');
+    for (const char character : characters)
         if (character == 'p')
-            parity = false;
+            odd = false;
         else if (character == 'w')
             lrc ^= 1;
-        else {
-            lrc ^= value;
-            append(value);
-        }
-    }
+        else
+            append(character - (fiveBit ? '0' : ' '));
     if (!characters.empty())
         append(lrc);
     const bool total = behind[0] == '=';
@@ -72,36 +69,28 @@ MagneticRecord Decode(const std::vector<Bits> &blocks) {
 
 TEST(Magstripe, CardsOfTheTable) {
     const auto rows = Table("carddata/magstripe.txt");
-    for (size_t at = 0, next; at < rows.size(); at = next) {
-        const std::string &way = rows[at][1], mark = rows[at][2] == "-" ? "  " : rows[at][2];
-        std::vector<Bits> tracks(kTracks);
-        std::vector<std::string> texts(kTracks), errors(kTracks, "0");
-        for (next = at + 1; next < rows.size() && rows[next].size() == 5; ++next) {
-            const size_t track = next - at - 1;
-            tracks[track] = RecordedBits(std::stoul(rows[next][0]), rows[next][1], rows[next][2]);
-            texts[track] = rows[next][3];
-            errors[track] = rows[next][4];
-        }
-        for (const bool backward : {false, true}) {
-            for (const uint8_t spare :
-                 Bits{0, 255}) { // of what lies behind the bits zeros may complete a sentinel
+    for (size_t at = 0; at < rows.size(); at += 1 + kTracks) {
+        const std::string &way = rows[at][1];
+        for (const bool backward : {false, true})
+            for (const uint8_t spare : Bits{0, 255}) {
+                // Of what lies behind the bits zeros may complete a sentinel.
                 if (way == (backward ? "forward" : "backward") || (way == "backward" && spare != 0))
                     continue;
                 SCOPED_TRACE(rows[at][0] + (backward ? ", backward" : ""));
                 std::vector<Bits> blocks;
-                for (const Bits &track : tracks)
-                    blocks.push_back(TrackBlock(track, backward, spare));
+                for (size_t i = at + 1; i <= at + kTracks; ++i)
+                    blocks.push_back(TrackBlock(RecordedBits(rows[i]), backward, spare));
                 const MagneticRecord record = Decode(blocks);
                 for (size_t i = 0; i < kTracks; ++i) {
                     const MagneticTrack &track = record.tracks[i];
+                    const auto &row = rows[at + 1 + i];
                     EXPECT_EQ(std::string(track.text, track.text + std::min<size_t>(track.count, 107)),
-                              texts[i]);
-                    EXPECT_EQ(std::to_string(track.error), errors[i]);
-                    EXPECT_EQ(track.bits[0] + 256u * track.bits[1], tracks[i].size());
+                              row[3]);
+                    EXPECT_EQ(std::to_string(track.error), row[4]);
+                    EXPECT_TRUE(std::equal(track.bits, track.bits + 2, &blocks[i][wire::kTrackBits]));
                 }
-                EXPECT_EQ(StripeMark(record), mark);
+                EXPECT_EQ(StripeMark(record), rows[at][2] == "-" ? "  " : rows[at][2]);
             }
-        }
     }
 }
 
@@ -112,7 +101,7 @@ TEST(Magstripe, BlocksThatAScannerShouldNotSend) {
     for (int round = 0; round < 4000; ++round) {
         std::vector<Bits> blocks;
         for (const std::string &text : {name, number, name}) {
-            Bits block = TrackBlock(RecordedBits(24, text, "24"), random() % 2 != 0, 1);
+            Bits block = TrackBlock(RecordedBits({"24", text, "24"}), random() % 2 != 0, 1);
             const auto changes = random() % 4 == 0 ? random() % 1000 : random() % 3;
             for (size_t i = 0; i < changes; ++i)
                 block[random() % wire::kTrackBits] = static_cast<uint8_t>(random());
