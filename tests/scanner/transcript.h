@@ -1,34 +1,78 @@
 // Files of scenarios: a line that begins one with "== ", lines that say what is done, and under each, two
-// spaces in, what came of it.
+// spaces in, what came of it. K274_RENEW=1 writes what comes now.
 #pragma once
 
 #include "tests/support/data.h"
 
-#include <sstream>
-#include <string>
-#include <vector>
+#include <algorithm>
+#include <functional>
+#include <map>
+#include <optional>
 
-using Lines = std::vector<std::string>;
+/// Plays one scenario: does what lines say, by their first word.
+struct Player {
+    using Words = std::istringstream;
+    std::map<std::string, std::function<void(Words &)>> verbs;
+    TempFolder folder; // of the scenario's files
+    std::string told;
 
-/// Has every scenario played; what comes of its lines must be what stands in the file.
-/// @param play  takes the lines of a scenario and returns what came of each, lines that stand in by two
-/// spaces
+    /// @return what came of it, a line each
+    std::string Do(const std::string &line) {
+        Words words(line);
+        std::string verb;
+        words >> verb;
+        told.clear();
+        verbs.at(verb)(words);
+        return told;
+    }
+    /// What stands behind the words that were read.
+    static std::string Rest(Words &words) {
+        std::string rest;
+        std::getline(words, rest);
+        return Unescaped(rest);
+    }
+    /// Tells a line, with the names of files as they are in the scenario's folder.
+    void Tell(std::string text) {
+        std::replace(text.begin(), text.end(), '\\', '/');
+        const std::string path = folder.Path().generic_string() + "/";
+        for (size_t at; (at = text.find(path)) != std::string::npos;)
+            text.erase(at, path.size());
+        told += "  " + text + "\n";
+    }
+    /// "FILE cut BYTES", also to more than there are, "FILE flip AT" for one bit, "FILE put AT NUMBER ..."
+    /// for numbers of 32 bits, the highest byte first.
+    void Spoil(Words &words) const {
+        std::string file, how;
+        size_t at = 0;
+        words >> file >> how >> at;
+        std::string bytes = ReadText(folder.File(file));
+        if (how == "cut")
+            bytes.resize(at);
+        else if (how == "flip")
+            bytes.at(at) ^= 1;
+        for (uint32_t value; words >> value;)
+            for (const int shift : {24, 16, 8, 0})
+                bytes.at(at++) = static_cast<char>(value >> shift);
+        WriteText(folder.File(file), bytes);
+    }
+};
+
+/// Has every scenario played by somebody new; what comes of its lines must be what stands in the file.
 /// @param name  of the file, below tests/
-template <typename Play>
-void ExpectTranscript(const std::string &name, Play play) {
-    std::istringstream stream(ReadText(K274_SOURCE_DIR "/tests/" + name));
+/// @param values  for those who play
+template <typename Plays, typename... Values>
+void ExpectTranscript(const std::string &name, const Values &...values) {
+    std::istringstream lines(ReadText(K274_SOURCE_DIR "/tests/" + name));
     std::string played;
-    Lines scenario;
-    for (std::string line; !stream.eof();) {
-        const bool over = !std::getline(stream, line);
-        if (over || line.rfind("== ", 0) == 0) {
-            const Lines outcomes = play(scenario);
-            for (size_t k = 0; k < scenario.size(); k++)
-                played += scenario[k] + "\n" + outcomes.at(k);
-            scenario.clear();
-        }
-        if (!over && line.rfind("  ", 0) != 0)
-            scenario.push_back(line);
+    std::optional<Plays> player;
+    for (std::string line; std::getline(lines, line);) {
+        if (line.rfind("  ", 0) == 0)
+            continue;
+        played += line + "\n";
+        if (line.rfind("== ", 0) == 0)
+            player.emplace(values...);
+        else if (!line.empty() && line[0] != '#')
+            played += player->Do(line);
     }
     ExpectKept(name, played);
 }

@@ -11,8 +11,9 @@ namespace {
 // A literal: tables are read while other objects are still being built.
 constexpr char kTests[] = K274_SOURCE_DIR "/tests/";
 
-/// The column without blanks around it, its escapes resolved.
-std::string Column(const std::string &text) {
+} // namespace
+
+std::string Unescaped(const std::string &text) {
     const size_t first = text.find_first_not_of(' ');
     const std::string bare =
         first == std::string::npos ? "" : text.substr(first, text.find_last_not_of(' ') - first + 1);
@@ -30,8 +31,6 @@ std::string Column(const std::string &text) {
     return column;
 }
 
-} // namespace
-
 std::vector<std::vector<std::string>> Table(const std::string &name) {
     std::ifstream file(std::string(kTests) + name);
     EXPECT_TRUE(file) << name;
@@ -42,7 +41,7 @@ std::vector<std::vector<std::string>> Table(const std::string &name) {
         std::istringstream columns(line + '|');
         rows.emplace_back();
         for (std::string column; std::getline(columns, column, '|');)
-            rows.back().push_back(Column(column));
+            rows.back().push_back(Unescaped(column));
     }
     return rows;
 }

@@ -12,6 +12,8 @@
 /// The rows of a table under tests/: columns parted by '|', blanks around them taken off; \n and \xNN stand
 /// for bytes. Empty lines and those that begin with "# " are left out.
 std::vector<std::vector<std::string>> Table(const std::string &name);
+/// A text without blanks around it, its escapes resolved.
+std::string Unescaped(const std::string &text);
 /// A column of numbers parted by blanks, 0x before hexadecimal ones.
 std::vector<int64_t> Numbers(const std::string &column);
 std::vector<int> Ints(const std::string &column);

@@ -1,7 +1,6 @@
 // The test host's callbacks and exchanges.
 #include "host.h"
 
-#include <cstdlib>
 #include <future>
 
 namespace wire {
@@ -31,14 +30,6 @@ void Detached(void *device, void *user) {
 }
 
 } // namespace
-
-void SetVariable(const char *name, const std::string &value) {
-#ifdef _WIN32
-    _putenv_s(name, value.c_str());
-#else
-    value.empty() ? unsetenv(name) : setenv(name, value.c_str(), 1);
-#endif
-}
 
 Host::Host(WDU_MATCH_TABLE match, bool acceptsDevice, std::function<void(Host &)> callback)
     : accepts(acceptsDevice), onAttach(std::move(callback)) {

@@ -3,6 +3,7 @@
 
 #include "platform/windriver/wdapi.h"
 #include "scanner/virtual_scanner.h"
+#include "tests/support/system.h"
 #include "wire.h"
 
 #include <gtest/gtest.h>
@@ -21,8 +22,7 @@ constexpr uint32_t kTimeout = 0x20000015, kStalled = 0xC0000004, kGone = 0xC0007
 
 inline WDU_MATCH_TABLE ScannerMatch() { return {0xF274, 0x0274, 0, 0, 0xFF, 0xFF, 0xFF}; }
 
-/// Sets a variable of the environment; an empty text removes it.
-void SetVariable(const char *name, const std::string &value);
+inline void SetVariable(const char *name, const std::string &value) { ::SetVariable(name, value.c_str()); }
 
 class Host {
 public:

@@ -1,7 +1,6 @@
 // Builds packets and cards for the tests of the virtual scanner.
 #include "wire.h"
 
-#include "scanner/cards/hidden_light.h"
 #include "wire/bytes.h"
 
 #define STB_IMAGE_WRITE_IMPLEMENTATION
@@ -19,12 +18,10 @@ Bytes Packet(const Fields &fields, uint32_t sequence) {
     wire::Store32(&packet[12], sequence);
     packet[16] = fields.arg0;
     packet[17] = fields.arg1;
-    packet[18] = fields.arg2;
     wire::Store32(&packet[44], fields.dword0);
     wire::Store32(&packet[52], fields.dword1);
-    packet.resize(std::max(fields.size, fields.data.empty() ? 0 : fields.dataAt + fields.data.size()));
-    std::copy(fields.data.begin(), fields.data.end(),
-              packet.begin() + static_cast<std::ptrdiff_t>(std::min(fields.dataAt, packet.size())));
+    packet.resize(fields.size);
+    packet.insert(packet.end(), fields.data.begin(), fields.data.end());
     return packet;
 }
 
@@ -32,25 +29,17 @@ std::string Text(const Bytes &reply) {
     return reply.size() > 128 ? std::string(reinterpret_cast<const char *>(&reply[128])) : "";
 }
 
-std::shared_ptr<const scanner::Card> PlainCard(const scanner::Traits &traits) {
-    auto card = std::make_shared<scanner::Card>();
-    card->front = card->back = {kWidth, kHeight, Bytes(size_t{3} * kWidth * kHeight, 200)};
-    card->dotsPerInch = kDotsPerInch;
-    card->frontIr = card->backIr = scanner::DeriveInfrared(card->front);
-    card->frontUv = card->backUv = scanner::DeriveUltraviolet(card->front);
-    card->traits = traits;
-    return card;
-}
-
-std::string AddCard(const TempFolder &folder, const std::string &name, uint8_t grey) {
+std::string AddCard(const TempFolder &folder, const std::string &name, uint8_t grey,
+                    const std::string &text) {
     const std::string path = folder.File(name);
-    std::filesystem::create_directories(path);
     WritePng(path + "/front.png", grey);
-    WriteText(path + "/card.txt", "dpi = " + std::to_string(kDotsPerInch) + "\n");
+    WriteText(path + "/card.txt", "dpi = 100\n" + text);
     return path;
 }
 
 void WritePng(const std::string &path, uint8_t grey) {
+    std::filesystem::create_directories(std::filesystem::path(path).parent_path());
+    constexpr int kWidth = 338, kHeight = 213;
     Bytes pixels(size_t{kWidth} * kHeight, grey);
     for (size_t i = 0; i < pixels.size(); i++)
         pixels[i] = static_cast<uint8_t>(i % kWidth < kWidth / 2 ? grey - 10 : grey);

@@ -1,7 +1,6 @@
 // The host's side of the wire, as small as a test needs it, and cards to scan.
 #pragma once
 
-#include "scanner/cards/card.h"
 #include "scanner/firmware/packet.h"
 #include "tests/support/files.h"
 #include "wire/bytes.h"
@@ -15,7 +14,7 @@ namespace wire {
 
 using Bytes = std::vector<uint8_t>;
 
-/// A command with the fields that a test sets; sent as its first `size` bytes, and further data.
+/// A command with the fields that a test sets; sent as its first `size` bytes, and data behind them.
 struct Fields {
     uint8_t code = 0, sub = 0;
     uint16_t word0 = 0, word1 = 0;
@@ -23,9 +22,7 @@ struct Fields {
     uint32_t dword0 = 0;
     size_t size = 256;
     uint32_t dword1 = 0;
-    size_t dataAt = 256;
     Bytes data{};
-    uint8_t arg2 = 0;
 };
 Bytes Packet(const Fields &fields, uint32_t sequence);
 inline Fields PollFields(uint8_t scanMode = 0) { return {0x00, 0, 0, 80, 1, scanMode, 0, 80}; }
@@ -50,13 +47,11 @@ inline uint32_t Dword(const Bytes &reply, size_t at) {
 /// The event text of a reply.
 std::string Text(const Bytes &reply);
 
-constexpr int kWidth = 338, kHeight = 213, kDotsPerInch = 100; // of the cards that follow
-
-/// A plain card in memory.
-std::shared_ptr<const scanner::Card> PlainCard(const scanner::Traits &traits = {});
-
-/// Makes a folder that is a card. @param grey  of its front, less by 10 in the left half
-std::string AddCard(const TempFolder &folder, const std::string &name, uint8_t grey = 200);
+/// Makes a folder that is a card with 100 dots per inch.
+/// @param grey  of its front, less by 10 in the left half
+/// @param text  that card.txt says beside
+std::string AddCard(const TempFolder &folder, const std::string &name, uint8_t grey = 200,
+                    const std::string &text = "");
 void WritePng(const std::string &path, uint8_t grey);
 
 } // namespace wire
