@@ -6,19 +6,19 @@
 #include "tools/k274/base/errors.h"
 #include "tools/k274/base/output.h"
 #include "tools/k274/commands/commands.h"
+#include "tools/k274/commands/maint.h"
 #include "tools/k274/scan/session.h"
 
 namespace host {
 
 namespace {
 
-constexpr double kDefaultTimeout = 10;
 // The request goes out with the next status poll, and nothing answers it.
 constexpr std::chrono::milliseconds kUntilSent{400};
 
 void Eject(const Options &options, Output &output) {
     Session session(options, output);
-    session.WaitOnline(Deadline(options.timeout.value_or(kDefaultTimeout)));
+    session.WaitOnline(Deadline(ScannerTimeout(options)));
     K274_Eject();
     session.ShowUntil(Clock::now() + kUntilSent);
     if (K274_UsbIsOnline() == 0)

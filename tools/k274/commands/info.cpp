@@ -16,11 +16,9 @@ namespace {
 
 using nlohmann::ordered_json;
 
-constexpr double kDefaultTimeout = 10;
-
 void Info(const Options &options, Output &output) {
     Session session(options, output);
-    session.WaitOnline(Deadline(options.timeout.value_or(kDefaultTimeout)));
+    session.WaitOnline(Deadline(ScannerTimeout(options)));
     const K274_Version version = ReadVersions(session);
     const bool online = K274_UsbIsOnline() != 0;
 

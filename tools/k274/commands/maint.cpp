@@ -42,10 +42,10 @@ void Confirm(bool yes, Output &output, const std::string &action) {
         throw HostError(Exit::kCancelled, "nothing was changed");
 }
 
-double MaintTimeout(const Options &options) { return options.timeout.value_or(kDefaultTimeout); }
+double ScannerTimeout(const Options &options) { return options.timeout.value_or(kDefaultTimeout); }
 
 void Connect(Session &session, const Options &options) {
-    session.WaitOnline(Deadline(MaintTimeout(options)));
+    session.WaitOnline(Deadline(ScannerTimeout(options)));
     ReadVersions(session);
 }
 

@@ -28,8 +28,8 @@ void AddYes(CLI::App &command, bool &yes);
 /// @param action "program the firmware"
 void Confirm(bool yes, Output &output, const std::string &action);
 
-/// The exchange timeout of these commands, in seconds.
-double MaintTimeout(const Options &options);
+/// How long a command that needs no card waits for the scanner, in seconds.
+double ScannerTimeout(const Options &options);
 
 /// Waits until the scanner is online and the library has checked it. Throws HostError.
 void Connect(Session &session, const Options &options);

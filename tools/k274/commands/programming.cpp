@@ -23,8 +23,6 @@ using std::chrono::milliseconds;
 
 constexpr double kProgrammingTimeout = 60;
 constexpr size_t kMostImage = 131072;
-// The library passes a reset notice on only when more than two whole seconds have gone since its start.
-constexpr milliseconds kUntilNotices{3500};
 constexpr milliseconds kVersionsRead{500}; // the library reads them behind state 12
 constexpr milliseconds kUntilFormatted{500};
 constexpr size_t kRow = 16;
@@ -58,7 +56,7 @@ template <typename Start>
 void Program(const Options &options, Output &output, const char *event, const char *file, Start start) {
     K274_AutoFwUpgrade(0); // the image that was asked for stays
     Session session(options, output);
-    session.WaitOnline(Deadline(MaintTimeout(options)));
+    session.WaitOnline(Deadline(ScannerTimeout(options)));
     const K274_Version before = ReadVersions(session);
     session.ShowUntil(session.Start() + kUntilNotices);
     RequireNoCard();

@@ -6,18 +6,15 @@
 #include "tools/k274/base/errors.h"
 #include "tools/k274/base/output.h"
 #include "tools/k274/commands/commands.h"
+#include "tools/k274/commands/maint.h"
 #include "tools/k274/scan/session.h"
 
 namespace host {
 
 namespace {
 
-constexpr double kDefaultTimeout = 10;
-// The library passes a reset notice on only when more than two whole seconds have gone since its start.
-constexpr std::chrono::milliseconds kUntilNotices{3500};
-
 void Reset(const Options &options, Output &output) {
-    const double timeout = options.timeout.value_or(kDefaultTimeout);
+    const double timeout = ScannerTimeout(options);
     Session session(options, output);
     session.WaitOnline(Deadline(timeout));
     session.ShowUntil(session.Start() + kUntilNotices);

@@ -73,7 +73,7 @@ void Check(const Options &options, bool withCard, Output &output) {
     settings.capture = true;
     settings.barcodes = false;
     Session session(options, output, settings);
-    session.WaitOnline(Deadline(MaintTimeout(options)));
+    session.WaitOnline(Deadline(ScannerTimeout(options)));
     const K274_Version version = ReadVersions(session);
     RequireNoCard();
     Verdicts verdicts(output);

@@ -1,6 +1,7 @@
 // The library while a command runs: start and stop, the queue that the callback fills, Ctrl-C, time-outs.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -26,6 +27,9 @@ struct SessionSettings {
     bool barcodes = true;
     int32_t decodeMode = 0;
 };
+
+/// The library passes a reset notice on only when more than two whole seconds have gone since its start.
+constexpr std::chrono::milliseconds kUntilNotices{3500};
 
 class Session {
 public:
