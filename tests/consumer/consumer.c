@@ -1,5 +1,6 @@
 /* A host made outside the tree, as its makers would: C99, the installed header, the installed library. Scans
- * one virtual card and asks about it. */
+ * one virtual card and asks about it. Arguments: the file for the scan; a folder, with its separator, for the
+ * log and the settings file: then the scan is saved twice under automatic names, too. */
 #include <k274.h>
 
 #include <stdio.h>
@@ -15,22 +16,18 @@ extern int usleep(unsigned microseconds);
 #define Pause(milliseconds) usleep((milliseconds)*1000u)
 #endif
 
-static volatile int32_t complete, ready, connected;
+static volatile int32_t seen[K274_STATE_CONNECTED + 1];
 
 static void K274_CALLBACK OnState(int32_t state) {
-    if (state == K274_STATE_CONNECTED)
-        connected = 1;
-    if (state == K274_STATE_COMPLETE)
-        complete = 1;
-    if (state == K274_STATE_BARCODE_READY)
-        ready = 1;
+    if (state >= 0 && state <= K274_STATE_CONNECTED)
+        seen[state] = 1;
 }
 
-static int Await(const volatile int32_t *flag) {
+static int Await(int32_t state) {
     int i;
-    for (i = 0; i < 3000 && !*flag; ++i)
+    for (i = 0; i < 3000 && !seen[state]; ++i)
         Pause(10);
-    return *flag;
+    return seen[state];
 }
 
 int main(int argc, char **argv) {
@@ -43,13 +40,13 @@ int main(int argc, char **argv) {
     uint32_t variant = 9;
     int failures = 0;
 
-    if (argc != 2)
+    if (argc < 2)
         return 2;
-    K274_SetLogPath(NULL);
+    K274_SetLogPath(argc > 2 ? argv[2] : NULL);
     K274_RegNewScanCB(OnState);
     K274_SetBcDecMode(1);
     K274_Init(0);
-    if (!Await(&connected) || !Await(&complete) || !Await(&ready)) {
+    if (!Await(K274_STATE_CONNECTED) || !Await(K274_STATE_COMPLETE) || !Await(K274_STATE_BARCODE_READY)) {
         fprintf(stderr, "no scan\n");
         return 1;
     }
@@ -65,6 +62,8 @@ int main(int argc, char **argv) {
     failures += K274_UsbIsOnline() != 1;
     failures += K274_GefXfrErrs() != 0;
     failures += K274_AfeRegs(&afe, 0) != 0;
+    if (argc > 2)
+        failures += K274_Save("") != 0 || K274_Save(NULL) != 0;
     failures += K274_Save(argv[1]) != 0;
     failures += K274_Open(argv[1], &variant) != 0 || variant != 0;
     K274_GetInfo(information);

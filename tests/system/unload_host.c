@@ -1,6 +1,7 @@
 /* A host that loads the library at run time and unloads it in the middle of a scan: the library's threads
  * must neither crash nor hang it. Argument: the library. The environment names virtual cards. */
 #include "include/k274.h"
+#include "scanner/virtual_scanner.h" /* C, too */
 
 #include <stdio.h>
 
