@@ -5,6 +5,7 @@
 #include "platform/sd2/decode.h"
 #include "platform/sd2/sd2.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
 
 namespace sd2_test {
@@ -39,12 +40,16 @@ inline Read Results(void *handle) {
     EXPECT_EQ(SD_Get(handle, SD_PROP_SYMBOLOGY, &read.symbology), 1);
     EXPECT_EQ(SD_Get(handle, SD_PROP_TEXT_LENGTH, &length), 1);
     EXPECT_EQ(SD_Get(handle, SD_PROP_ORIENTATION, &read.orientation), 1);
-    EXPECT_EQ(SD_Get(handle, SD_PROP_INFO, read.info.data()), 1);
-    EXPECT_EQ(SD_Get(handle, SD_PROP_POSITION, read.position.data()), 1);
-    // One byte more than announced shows whether it stays as it was.
+    // One more behind each shows whether it stays as it was.
+    uint16_t info[9], position[3];
+    info[8] = position[2] = 0xAAAA;
     read.text.assign(static_cast<size_t>(length) + 1, '\x5a');
+    EXPECT_EQ(SD_Get(handle, SD_PROP_INFO, info), 1);
+    EXPECT_EQ(SD_Get(handle, SD_PROP_POSITION, position), 1);
     EXPECT_EQ(SD_Get(handle, SD_PROP_TEXT, read.text.data()), 1);
-    EXPECT_EQ(read.text.back(), '\x5a');
+    EXPECT_TRUE(info[8] == 0xAAAA && position[2] == 0xAAAA && read.text.back() == '\x5a');
+    std::copy_n(info, 8, read.info.begin());
+    std::copy_n(position, 2, read.position.begin());
     read.text.pop_back();
     return read;
 }
