@@ -62,7 +62,7 @@ void PlainGain() { reference::IrIllumGain(raw, gains, corrected); }
 void Gain() { IrIllumGain(raw, gains, corrected); }
 void CopyWhole() { std::memcpy(correctedBytes, rawBytes, kImageBytes); }
 
-void PlainCrop() { reference::IrCrop(raw, corrected, card, FindIrEdges(raw), irFr, irBk); }
+void PlainCrop() { reference::IrCrop(raw, corrected, card, false, irFr, irBk); }
 void Crop() { benchmark::DoNotOptimize(IrCrop(raw, corrected, card, false, irFr, irBk)); }
 void CopyCrops() {
     std::memcpy(frontBytes, correctedBytes, sizeof frontBytes);

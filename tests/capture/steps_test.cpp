@@ -7,6 +7,7 @@
 #include "src/capture/stretch.h"
 #include "src/capture/uv_crop.h"
 #include "src/carddata/barcode_images.h"
+#include "tests/reference/expect_same.h"
 #include "tests/reference/formulas.h"
 #include "tests/support/images.h"
 
@@ -17,15 +18,6 @@
 
 namespace k274 {
 namespace {
-
-// Both forms of a step, each with an image of its own as the last argument.
-template <typename Image, typename Fast, typename Plain, typename... Arguments>
-void ExpectSame(const Image &before, const Fast &fast, const Plain &plain, const Arguments &...arguments) {
-    Image image = before, expected = before;
-    fast(arguments..., image.View());
-    plain(arguments..., expected.View());
-    EXPECT_TRUE(image == expected);
-}
 
 // Mostly such as responses lead to, and others up to the largest.
 template <typename Gains>
@@ -46,39 +38,35 @@ TEST(Steps, StoreBlocksOfEveryNumber) {
     for (const int number : {INT_MIN, -12,  -8,   -7,   0,    3,    4,    5,    15,   16,   100,
                              1147,    1148, 2188, 2283, 2284, 2285, 2286, 2288, 2296, 2297, INT_MAX}) {
         SCOPED_TRACE(number);
-        ExpectSame(rgb, RgbLineStore, reference::RgbLineStore, rgbBlock.data(), number);
+        ExpectSame(std::tuple(rgb), RgbLineStore, reference::RgbLineStore, rgbBlock.data(), number);
     }
     for (const int number :
          {INT_MIN, -6, -5, -4, 5, 6, 7, 100, 1200, 2289, 2382, 2383, 2384, 2394, 2395, INT_MAX}) {
         SCOPED_TRACE(number);
-        ExpectSame(ir, IrLineStore, reference::IrLineStore, irBlock.data(), number);
+        ExpectSame(std::tuple(ir), IrLineStore, reference::IrLineStore, irBlock.data(), number);
     }
 }
 
 TEST(Steps, GainRowsOfEveryByteAndGain) {
     // 256 pixels, and one more so that a part of a pattern is left over.
-    std::vector<uint8_t> from(3 * 257), fast(from.size()), portable(from.size());
+    std::vector<uint8_t> from(3 * 257), expected(from.size(), 255), fast = expected, portable = expected;
     for (size_t i = 0; i < from.size(); i++)
         from[i] = static_cast<uint8_t>(i / 3);
-    const auto both = [&](const uint16_t(&gains)[3], size_t bytes) {
+    const auto expectRows = [&](const uint16_t(&gains)[3], size_t bytes) {
+        for (size_t i = 0; i < bytes; i++)
+            expected[i] =
+                static_cast<uint8_t>(std::min<uint32_t>(255, (uint32_t{from[i]} * gains[i % 3]) >> 7));
         GainRow(from.data(), fast.data(), static_cast<int>(bytes), GainPattern(gains));
         GainRowPortable(from.data(), portable.data(), static_cast<int>(bytes), GainPattern(gains));
-        ASSERT_EQ(fast, portable);
+        ASSERT_EQ(fast, expected);
+        ASSERT_EQ(portable, expected);
     };
-    for (uint32_t gain = 0; gain <= 65535; gain += 3) {
-        const uint16_t gains[3] = {static_cast<uint16_t>(gain), static_cast<uint16_t>(gain + 1),
-                                   static_cast<uint16_t>(gain + 2)};
-        both(gains, from.size());
-        for (size_t i = 0; i < from.size(); i++)
-            if (fast[i] != std::min<uint32_t>(255, (uint32_t{from[i]} * gains[i % 3]) >> 7))
-                FAIL() << int{from[i]} << " x " << gains[i % 3] << " gives " << int{fast[i]};
-    }
-    for (size_t bytes = 0; bytes <= 150; bytes++) { // nothing is written behind the row
-        fast.assign(from.size(), 255);
-        portable = fast;
-        both({1, 2, 3}, bytes);
-        ASSERT_EQ(static_cast<size_t>(std::count(fast.begin(), fast.end(), 255)), fast.size() - bytes);
-    }
+    for (size_t bytes = 0; bytes <= 150; bytes++) // nothing is written behind the row
+        expectRows({1, 2, 3}, bytes);
+    for (uint32_t gain = 0; gain <= 65535; gain += 3)
+        expectRows(
+            {static_cast<uint16_t>(gain), static_cast<uint16_t>(gain + 1), static_cast<uint16_t>(gain + 2)},
+            from.size());
 }
 
 TEST(Steps, GainsOfImages) {
@@ -88,11 +76,11 @@ TEST(Steps, GainsOfImages) {
     FillGains(irGains);
     ColourImage raw = ColourImage().Randomize(2), inPlace = raw, expected = raw;
     GreyImage infrared = GreyImage().Randomize(3);
-    ExpectSame(ColourImage(), CopyImage, reference::Copy<3>, raw.View());
-    ExpectSame(ColourImage(), RgbIllumGain, reference::RgbIllumGain, raw.View(), gains);
-    ExpectSame(GreyImage(), IrIllumGain, reference::IrIllumGain, infrared.View(), irGains);
+    ExpectSame(std::tuple(ColourImage()), CopyImage, reference::Copy<3>, raw.View());
+    ExpectSame(std::tuple(ColourImage()), RgbIllumGain, reference::RgbIllumGain, raw.View(), gains);
+    ExpectSame(std::tuple(GreyImage()), IrIllumGain, reference::IrIllumGain, infrared.View(), irGains);
     for (const char kind : {'V', 'f'})
-        ExpectSame(raw, RgbWccGain, reference::RgbWccGain, kind, gains);
+        ExpectSame(std::tuple(raw), RgbWccGain, reference::RgbWccGain, kind, gains);
     RgbIllumGain(inPlace.View(), gains, inPlace.View());
     reference::RgbIllumGain(raw.View(), gains, expected.View());
     EXPECT_TRUE(inPlace == expected);
@@ -102,38 +90,31 @@ TEST(Steps, BarcodeImagesAndRedContrast) {
     ColourImage colours = ColourImage().Randomize(17);
     GreyImage infrared = GreyImage().Randomize(18), red0(kSensorRows, kRgbColumns, 0);
     const GreyImage image(kSensorRows, kRgbColumns, 9);
-    ExpectSame(image, BuildRedImage, reference::BuildRedImage, colours.View());
-    ExpectSame(image, BuildIrBarcodeImage, reference::BuildIrBarcodeImage, infrared.View());
+    ExpectSame(std::tuple(image), BuildRedImage, reference::BuildRedImage, colours.View());
+    ExpectSame(std::tuple(image), BuildIrBarcodeImage, reference::BuildIrBarcodeImage, infrared.View());
     for (uint8_t &byte : red0.Randomize(4).bytes)
         byte = static_cast<uint8_t>(byte >> 1); // most within the table's slope
-    ExpectSame(image, RedContrast, reference::RedContrast, BuildContrastTable(), red0.View());
+    ExpectSame(std::tuple(image), RedContrast, reference::RedContrast, BuildContrastTable(), red0.View());
 }
 
 // Rows behind the sensor's, before it and before the back's half; leading edges at both ends, the last of
 // which has no columns for the image's end.
 TEST(Steps, InfraredCropsAtAnyPosition) {
-    GreyImage raw, corrected;
-    corrected.Randomize(4);
+    GreyImage raw, corrected = GreyImage().Randomize(4);
+    const GreyImage cut(K274_IR_HEIGHT, K274_IR_WIDTH, 9);
     const std::tuple<int, int, int> cases[] = {
         {1168, 2533, 140}, {1134, 2499, 40}, {1234, 2599, 360}, {3000, 2595, 259}, {-5000, 9000, 41}};
     for (const auto &[frontEdgeRow, backEdgeRow, leadColumn] : cases) {
         SCOPED_TRACE(frontEdgeRow);
         raw.Randomize(5);
-        for (int row = 0; row < kSensorRows; row++) // dark before the card, but for the reference columns
-            for (int column = 40; column < 400; column++)
-                *raw.At(row, column) = column >= leadColumn ? 200 : column == 50 || column == 51 ? 13 : 0;
-        GreyImage front(K274_IR_HEIGHT, K274_IR_WIDTH, 9), back = front, plainFront = front,
-                                                           plainBack = front;
+        raw.Fill(0, kSensorRows - 1, 40, leadColumn - 1,
+                 0); // dark before the card, but for the reference columns
+        raw.Fill(0, kSensorRows - 1, 50, 51, 13);
+        raw.Fill(0, kSensorRows - 1, leadColumn, 399, 200);
         const CardPosition card{150, frontEdgeRow, 140, backEdgeRow, false};
-        const IrPosition position = FindIrEdges(raw.View());
-        reference::IrCrop(raw.View(), corrected.View(), card, position, plainFront.View(), plainBack.View());
-        for (const bool enhance : {false, true}) {
-            IrCrop(raw.View(), corrected.View(), card, enhance, front.View(), back.View());
-            EXPECT_TRUE(front == plainFront) << enhance;
-            EXPECT_TRUE(back == plainBack) << enhance;
-            reference::IrDestripe(plainFront.View());
-            reference::IrDestripe(plainBack.View());
-        }
+        for (const bool enhance : {false, true})
+            ExpectSame(std::tuple(cut, cut), IrCrop, reference::IrCrop, raw.View(), corrected.View(), card,
+                       enhance);
     }
 }
 
@@ -148,7 +129,7 @@ TEST(Steps, UltravioletWithEveryCombinationOfOptions) {
     static uint16_t gains[kSensorRows];
     FillGains(gains);
     ColourImage source = UvImage().Randomize(6), before = UvImage().Randomize(7);
-    ExpectSame(source, UvBrighten, reference::UvBrighten);
+    ExpectSame(std::tuple(source), UvBrighten, reference::UvBrighten);
     UvBrighten(source.View());
     // So dark between the halves that black is no more than 40, and in one channel so bright that it is 255.
     for (int row = 0; row < kUvLines; row++)
@@ -159,11 +140,7 @@ TEST(Steps, UltravioletWithEveryCombinationOfOptions) {
     for (int bits = 0; bits < 16; bits++) {
         SCOPED_TRACE(bits);
         const UvOptions options{(bits & 1) != 0, (bits & 2) != 0, (bits & 4) != 0, (bits & 8) != 0};
-        ColourImage raw = source, plainRaw = source, corrected = before, plainCorrected = before;
-        UvCorrect(options, gains, raw.View(), corrected.View());
-        reference::UvCorrect(options, gains, plainRaw.View(), plainCorrected.View());
-        EXPECT_TRUE(raw == plainRaw);
-        EXPECT_TRUE(corrected == plainCorrected);
+        ExpectSame(std::tuple(source, before), UvCorrect, reference::UvCorrect, options, gains);
     }
 }
 
@@ -171,8 +148,8 @@ TEST(Steps, UltravioletCropsAtEveryEdgeRow) {
     ColourImage corrected = UvImage().Randomize(9);
     const ColourImage image(K274_UV_HEIGHT, K274_UV_WIDTH, 77);
     for (const int row : {1134, 1168, 1234, 0, -1, -900, 2599, 4000})
-        ExpectSame(image, UvCropFront, reference::UvCropFront, corrected.View(), row);
-    ExpectSame(image, UvCropBack, reference::UvCropBack, corrected.View());
+        ExpectSame(std::tuple(image), UvCropFront, reference::UvCropFront, corrected.View(), row);
+    ExpectSame(std::tuple(image), UvCropBack, reference::UvCropBack, corrected.View());
 }
 
 // The images of the 1200-dpi passes are large: a long piece of noise over and over.
@@ -187,14 +164,12 @@ TEST(Steps, HighResolutionPasses) {
             std::copy_n(noise.begin(), std::min(noise.size(), image->bytes.size() - at), &image->bytes[at]);
     for (const HrMode mode : {HrMode::Short, HrMode::Full}) {
         SCOPED_TRACE(mode == HrMode::Full);
-        ExpectSame(lines, HrRealign, reference::HrRealign, mode);
-        ExpectSame(lines, HrGain, reference::HrGain, mode, gains);
-        ExpectSame(turned, HrTurn, reference::HrTurn, mode, lines.View());
+        ExpectSame(std::tuple(lines), HrRealign, reference::HrRealign, mode);
+        ExpectSame(std::tuple(lines), HrGain, reference::HrGain, mode, gains);
+        ExpectSame(std::tuple(turned), HrTurn, reference::HrTurn, mode, lines.View());
     }
-    std::vector<ColourImage> cuts(2, ColourImage(2300, 1000, 9)), plain = cuts;
-    HrSplit(turned.View(), cuts[0].View(), cuts[1].View());
-    reference::HrSplit(turned.View(), plain[0].View(), plain[1].View());
-    EXPECT_TRUE(cuts == plain);
+    const ColourImage cut(2300, 1000, 9);
+    ExpectSame(std::tuple(cut, cut), HrSplit, reference::HrSplit, turned.View());
 }
 
 } // namespace

@@ -42,9 +42,9 @@ void RedContrast(const ContrastTable &table, ConstGreyView red0, GreyView red1);
 // Infrared
 void IrLineStore(const uint8_t *block, int firstLine, GreyView raw);
 void IrIllumGain(ConstGreyView raw, const SensorGains &gains, GreyView corrected);
-/// Cuts and stretches; the edges must have been found.
-void IrCrop(ConstGreyView raw, ConstGreyView corrected, const CardPosition &card, const IrPosition &position,
-            GreyView irFr, GreyView irBk);
+/// Cuts and stretches where FindIrEdges finds the card; then, when asked to, IrDestripe.
+void IrCrop(ConstGreyView raw, ConstGreyView corrected, const CardPosition &card, bool enhance, GreyView irFr,
+            GreyView irBk);
 void IrDestripe(GreyView image);
 void IrResp(ConstGreyView irr, ConstGreyView irc, ResponseTable &raw, ResponseTable &corrected);
 void BuildIrBarcodeImage(ConstGreyView corrected, GreyView red1);

@@ -19,8 +19,9 @@ void IrIllumGain(ConstGreyView raw, const SensorGains &gains, GreyView corrected
     Fill(corrected, [&](int r, int c, int) { return Gained(*raw.Pixel(r, c), gains[r], 7); });
 }
 
-void IrCrop(ConstGreyView raw, ConstGreyView corrected, const CardPosition &card, const IrPosition &position,
-            GreyView irFr, GreyView irBk) {
+void IrCrop(ConstGreyView raw, ConstGreyView corrected, const CardPosition &card, bool enhance, GreyView irFr,
+            GreyView irBk) {
+    const IrPosition position = FindIrEdges(raw);
     for (const bool back : {false, true}) {
         const int lead = back ? position.backLeadCol : position.frontLeadCol;
         const int first = (back ? card.backEdgeRow : card.frontEdgeRow) - 1180;
@@ -33,6 +34,8 @@ void IrCrop(ConstGreyView raw, ConstGreyView corrected, const CardPosition &card
             return lead + c <= 2399 ? *corrected.Pixel(s, lead + c) : 3;
         });
         Stretch(kIrCrop, kIrStretch.data(), back ? irBk : irFr);
+        if (enhance)
+            IrDestripe(back ? irBk : irFr);
     }
 }
 
