@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <condition_variable>
-#include <filesystem>
 #include <fstream>
 #include <mutex>
 #include <thread>
@@ -34,7 +33,6 @@ void HostTest::SetUpTestSuite() {
 }
 
 void HostTest::SetUp() {
-    folder = NewFolder();
     K274_ScanMode(0);
     K274_SetBcdOpt(1);
     K274_SetBcDecMode(0);
@@ -46,7 +44,6 @@ void HostTest::TearDown() {
     VS_ClearFaults();
     VS_PlugIn();
     VS_PressEject();
-    std::filesystem::remove_all(folder);
 }
 
 void HostTest::Start() {

@@ -4,6 +4,7 @@
 
 #include "include/k274.h"
 #include "scanner/virtual_scanner.h"
+#include "tests/support/files.h"
 
 #include <gtest/gtest.h>
 
@@ -36,5 +37,6 @@ protected:
     /// The log's lines without their number and time.
     std::vector<std::string> Log() const;
 
-    std::string folder;
+    const TempFolder own;
+    const std::string folder = own.File("");
 };

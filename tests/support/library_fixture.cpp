@@ -2,40 +2,35 @@
 
 #include "include/k274.h"
 #include "platform/os/os.h"
-#include "src/analysis/calibration.h"
 #include "src/common/running.h"
-#include "src/decoders/barcode.h"
 #include "src/link/attach.h"
-#include "src/link/transport.h"
 #include "src/log/log.h"
-#include "src/state/capture_state.h"
-#include "src/state/flags.h"
-#include "src/state/image_set.h"
-#include "src/state/measures.h"
-#include "src/state/monitor_record.h"
 #include "src/state/renew.h"
-#include "src/state/settings.h"
-#include "tests/support/system.h"
 #include "tests/support/transcript.h"
 
-#include <cstring>
-#include <filesystem>
 #include <fstream>
+#include <map>
 #include <mutex>
 #include <thread>
 #include <utility>
-
-namespace fs = std::filesystem;
 
 namespace {
 
 std::mutex stateLock;
 std::vector<int> states;
+std::map<int, std::function<void()>> answers; // of the host, by state
 
 void K274_CALLBACK NoteState(int32_t code) {
-    std::lock_guard guard(stateLock);
-    states.push_back(code);
     transcript::Note("state " + std::to_string(code));
+    std::function<void()> answer;
+    {
+        std::lock_guard guard(stateLock);
+        states.push_back(code);
+        if (answers.count(code))
+            answer = answers[code];
+    }
+    if (answer)
+        answer();
 }
 
 } // namespace
@@ -45,13 +40,11 @@ void LibraryTest::SetUp() {
     scripted::ResetDecoder();
     test_clock::Reset();
     k274::RenewState();
-    for (auto *responses : {&k274::CcdRawResp, &k274::CcdCorResp})
-        std::memset(responses, 0, sizeof *responses);
     {
         std::lock_guard guard(stateLock);
         states.clear();
+        answers.clear();
     }
-    folder = NewFolder();
     K274_SetLogPath(folder.c_str());
     k274::log.Open();
     k274::running = true; // so that single operations write the log
@@ -63,7 +56,6 @@ void LibraryTest::TearDown() {
     K274_Close();
     AwaitThreadsEnd();
     k274::DriverUninit();
-    fs::remove_all(folder);
 }
 
 Texts LibraryTest::Log() const {
@@ -99,10 +91,15 @@ std::vector<int> LibraryTest::TakeStates() {
     return std::exchange(states, {});
 }
 
+void LibraryTest::OnState(int code, std::function<void()> answer) {
+    std::lock_guard guard(stateLock);
+    answers[code] = std::move(answer);
+}
+
 void LibraryTest::OpenDriver() { ASSERT_EQ(k274::DriverInit(), 0u); }
 
 void LibraryTest::Await(const std::function<bool()> &condition) {
-    for (int i = 0; i < 10000 && !condition(); ++i)
+    for (int i = 0; i < 60000 && !condition(); ++i)
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     ASSERT_TRUE(condition());
 }

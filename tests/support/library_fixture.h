@@ -1,6 +1,7 @@
 // A library as just loaded, in front of the scripted driver, with its log in a folder of the test's own.
 #pragma once
 
+#include "tests/support/files.h"
 #include "tests/support/scripted_decoder.h"
 #include "tests/support/scripted_scanner.h"
 #include "tests/support/test_clock.h"
@@ -28,15 +29,19 @@ protected:
     static std::vector<int> States();
     static std::vector<int> TakeStates();
 
+    /// The host's answer to a state, in its callback.
+    static void OnState(int code, std::function<void()> answer);
+
     /// Attaches a device without starting the library, for tests of single operations.
     static void OpenDriver();
 
-    /// Waits until a condition holds that another thread brings about; fails the test after ten seconds.
+    /// Waits until a condition holds that another thread brings about; fails the test after a minute.
     static void Await(const std::function<bool()> &condition);
     /// Waits until the library's threads have ended.
     static void AwaitThreadsEnd();
 
-    std::string folder;
+    const TempFolder own;
+    const std::string folder = own.File("");
 };
 
 /// The library with its driver open in front of a scripted scanner, and an empty log.

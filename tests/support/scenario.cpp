@@ -128,6 +128,7 @@ std::vector<std::string> Kept() {
             Line("cancelled", k274::monitor.cancelled),
             Line("link", state.linkState),
             Line("online", K274_UsbIsOnline()),
+            Line("attached", k274::deviceLink.device != nullptr, k274::deviceLink.online),
             Line("scanner", version.serialNumber),
             Line("transfer errors", K274_GefXfrErrs()),
             Line("failures", k274::deviceLink.transferErrors),
@@ -144,6 +145,8 @@ std::vector<std::string> Kept() {
             Line("parameters", metadata.parameter0, metadata.parameter1, metadata.parameter3),
             Line("red gain", k274::records.afe.words[0])};
 }
+
+void K274_CALLBACK NoteAnother(int32_t code) { transcript::Note("another state " + std::to_string(code)); }
 
 std::string BarcodeRecord() {
     K274_Barcode record;
@@ -192,70 +195,82 @@ void Scenario::TearDown() {
     ScannerTest::TearDown();
 }
 
-std::map<std::string, Scenario::Step> Scenario::Steps() {
-    std::map<std::string, Step> steps{{"SendCmd", Call(transport, &k274::Transport::SendCmd)},
-                                      {"SendCmdHeader", Call(transport, &k274::Transport::SendCmdHeader)},
-                                      {"SendCmdData", Call(transport, &k274::Transport::SendCmdData)},
-                                      {"ReadPacketHdr", Call(transport, &k274::Transport::ReadPacketHdr)},
-                                      {"ReadData", Call(transport, &k274::Transport::ReadData)},
-                                      {"SetVerbose", Call(transport, &k274::Transport::SetVerbose)},
-                                      {"CyclePort", Call(transport, &k274::Transport::CyclePort)},
-                                      {"HardReset", Call(transport, &k274::Transport::HardReset)},
-                                      {"ResetPipes", Call(transport, &k274::Transport::ResetPipes)},
-                                      {"FwCmd", Call(k274::FwCmd)},
-                                      {"XfrRgb", Call(k274::XfrRgb)},
-                                      {"XfrIR", Call(k274::XfrIR)},
-                                      {"XfrUV", Call(k274::XfrUV)},
-                                      {"Xfr12S", Call(k274::Xfr12S)},
-                                      {"XfrMS", Call(k274::XfrMS)},
-                                      {"Capture1200F", Call(k274::Capture1200F)},
-                                      {"WaitForStatus", Call(k274::WaitForStatus)},
-                                      {"ScanSequence", Call(k274::ScanSequence)},
-                                      {"ResendLastScan", Call(k274::ResendLastScan)},
-                                      {"SyncFirmware", Call(k274::SyncFirmware)},
-                                      {"RdCcUv", Call(K274_RdCcUv)},
-                                      {"ScanMode", Call(K274_ScanMode)},
-                                      {"AutoFwUpgrade", Call(K274_AutoFwUpgrade)},
-                                      {"Eject", Call(K274_Eject)},
-                                      {"UserLED", Call(K274_UserLED)},
-                                      {"UserBeep", Call(K274_UserBeep)},
-                                      {"SetBcdOpt", Call(K274_SetBcdOpt)},
-                                      {"ProgFlash", Call(K274_ProgFlash)},
-                                      {"ProgFpga", Call(K274_ProgFpga)},
-                                      {"ProgFpgaEx", Call(K274_ProgFpgaEx)},
-                                      {"FormatFlash", Call(K274_FormatFlash)},
-                                      {"EraseFPGA", Call(K274_EraseFPGA)},
-                                      {"SaveWcc", Call(K274_SaveWcc)},
-                                      {"SetLEDs", Call(K274_SetLEDs)},
-                                      {"GuiLedAging", Call(K274_GuiLedAging)},
-                                      {"MechTest", Call(K274_MechTest)},
-                                      {"UsbTest", Call(K274_UsbTest)},
-                                      {"SetIllumOpt", Call(K274_SetIllumOpt)},
-                                      {"SetUvOpt", Call(K274_SetUvOpt)},
-                                      {"UvEnhance", Call(K274_UvEnhance)},
-                                      {"IrEnhance", Call(K274_IrEnhance)},
-                                      {"UseCertaxis", Call(K274_UseCertaxis)},
-                                      {"2ndScan", Call(K274_2ndScan)},
-                                      {"LstScan", Call(K274_LstScan)},
-                                      {"DebugLEDs", Call(K274_DebugLEDs)},
-                                      {"LogIn", Call(K274_LogIn)},
-                                      {"Reset", Call(K274_Reset)},
-                                      {"Clear", Call(K274_Clear)},
-                                      {"RdFlashData", Call(K274_RdFlashData)},
-                                      {"RdFactData", Call(K274_RdFactData)},
-                                      {"WrFactData", Call(K274_WrFactData)},
-                                      {"RdUserData", Call(K274_RdUserData)},
-                                      {"WrUserData", Call(K274_WrUserData)},
-                                      {"Params", Call(K274_Params)},
-                                      {"GetParams", Call(K274_GetParams)},
-                                      {"AfeRegs", Call(K274_AfeRegs)},
-                                      {"GetFocusImg", Call(K274_GetFocusImg)},
-                                      {"GetFocImgAry", Call(K274_GetFocImgAry)},
-                                      {"LabJack", Call(K274_LabJack)},
-                                      {"attach", Call(scripted::Attach)},
-                                      {"detach", Call(scripted::Detach)},
-                                      {"barcode", Call(BarcodeRecord)},
-                                      {"rig", Call(RigTrace)}};
+void Scenario::Teach() {
+    steps = {{"SendCmd", Call(transport, &k274::Transport::SendCmd)},
+             {"SendCmdHeader", Call(transport, &k274::Transport::SendCmdHeader)},
+             {"SendCmdData", Call(transport, &k274::Transport::SendCmdData)},
+             {"ReadPacketHdr", Call(transport, &k274::Transport::ReadPacketHdr)},
+             {"ReadData", Call(transport, &k274::Transport::ReadData)},
+             {"SetVerbose", Call(transport, &k274::Transport::SetVerbose)},
+             {"CyclePort", Call(transport, &k274::Transport::CyclePort)},
+             {"HardReset", Call(transport, &k274::Transport::HardReset)},
+             {"ResetPipes", Call(transport, &k274::Transport::ResetPipes)},
+             {"FwCmd", Call(k274::FwCmd)},
+             {"XfrRgb", Call(k274::XfrRgb)},
+             {"XfrIR", Call(k274::XfrIR)},
+             {"XfrUV", Call(k274::XfrUV)},
+             {"Xfr12S", Call(k274::Xfr12S)},
+             {"XfrMS", Call(k274::XfrMS)},
+             {"Capture1200F", Call(k274::Capture1200F)},
+             {"WaitForStatus", Call(k274::WaitForStatus)},
+             {"ScanSequence", Call(k274::ScanSequence)},
+             {"ResendLastScan", Call(k274::ResendLastScan)},
+             {"SyncFirmware", Call(k274::SyncFirmware)},
+             {"RdCcUv", Call(K274_RdCcUv)},
+             {"ScanMode", Call(K274_ScanMode)},
+             {"AutoFwUpgrade", Call(K274_AutoFwUpgrade)},
+             {"Eject", Call(K274_Eject)},
+             {"UserLED", Call(K274_UserLED)},
+             {"UserBeep", Call(K274_UserBeep)},
+             {"SetBcdOpt", Call(K274_SetBcdOpt)},
+             {"ProgFlash", Call(K274_ProgFlash)},
+             {"ProgFpga", Call(K274_ProgFpga)},
+             {"ProgFpgaEx", Call(K274_ProgFpgaEx)},
+             {"FormatFlash", Call(K274_FormatFlash)},
+             {"EraseFPGA", Call(K274_EraseFPGA)},
+             {"SaveWcc", Call(K274_SaveWcc)},
+             {"SetLEDs", Call(K274_SetLEDs)},
+             {"GuiLedAging", Call(K274_GuiLedAging)},
+             {"MechTest", Call(K274_MechTest)},
+             {"UsbTest", Call(K274_UsbTest)},
+             {"SetIllumOpt", Call(K274_SetIllumOpt)},
+             {"SetUvOpt", Call(K274_SetUvOpt)},
+             {"UvEnhance", Call(K274_UvEnhance)},
+             {"IrEnhance", Call(K274_IrEnhance)},
+             {"UseCertaxis", Call(K274_UseCertaxis)},
+             {"2ndScan", Call(K274_2ndScan)},
+             {"LstScan", Call(K274_LstScan)},
+             {"DebugLEDs", Call(K274_DebugLEDs)},
+             {"LogIn", Call(K274_LogIn)},
+             {"Reset", Call(K274_Reset)},
+             {"Clear", Call(K274_Clear)},
+             {"RdFlashData", Call(K274_RdFlashData)},
+             {"RdFactData", Call(K274_RdFactData)},
+             {"WrFactData", Call(K274_WrFactData)},
+             {"RdUserData", Call(K274_RdUserData)},
+             {"WrUserData", Call(K274_WrUserData)},
+             {"Params", Call(K274_Params)},
+             {"GetParams", Call(K274_GetParams)},
+             {"AfeRegs", Call(K274_AfeRegs)},
+             {"GetFocusImg", Call(K274_GetFocusImg)},
+             {"GetFocImgAry", Call(K274_GetFocImgAry)},
+             {"LabJack", Call(K274_LabJack)},
+             {"ReSend", Call(K274_ReSend)},
+             {"Close", Call(K274_Close)},
+             {"Log", Call(K274_Log)},
+             {"UpdateStatus", Call(K274_UpdateStatus)},
+             {"GetVersion", Call(K274_GetVersion)},
+             {"GetMag", Call(K274_GetMag)},
+             {"DriverInit", Call(k274::DriverInit)},
+             {"DriverUninit", Call(k274::DriverUninit)},
+             {"OpenLink", Call(k274::OpenLink)},
+             {"ReadVersion", Call(k274::ReadVersion)},
+             {"ClearCapture", Call(k274::ClearCapture)},
+             {"FlushDeferred", Call(k274::log, &k274::Log::FlushDeferred)},
+             {"attach", Call(scripted::Attach)},
+             {"detach", Call(scripted::Detach)},
+             {"barcode", Call(BarcodeRecord)},
+             {"rig", Call(RigTrace)}};
     // The library's inside.
     steps["LastSendWentOut"] = Call([] { return transport.LastSendWentOut(); });
     steps["WritePacket"] = Call([](uint32_t size) {
@@ -292,7 +307,17 @@ std::map<std::string, Scenario::Step> Scenario::Steps() {
     steps["uptime"] = Call([](int seconds) { k274::monitor.uptime = seconds; });
     steps["forget-versions"] = Call([] { k274::records.version = {}; });
     steps["close"] = Call([] { k274::running = false; });
+    steps["measure"] = Call([](int top, int offset, int width, int front, int back) {
+        k274::passResults.measure = {top, offset, width, front, back, 0.F};
+    });
+    steps["failures"] = Call([](int32_t count) { k274::deviceLink.transferErrors = count; });
     // The scanner, the driver and the decoder.
+    steps["driver"] = Call([](uint32_t event, uint32_t mutex, uint32_t init, bool attach) {
+        TheDriver().eventStatus = event;
+        TheDriver().mutexStatus = mutex;
+        TheDriver().initStatus = init;
+        TheDriver().attachOnInit = attach;
+    });
     steps["fresh"] = Call([this] {
         TearDown();
         SetUp();
@@ -325,6 +350,20 @@ std::map<std::string, Scenario::Step> Scenario::Steps() {
             barcodes.push_back(text == "none" ? "" : text);
     });
     // The host's side.
+    steps["session"] = Call([] { // until it is closed
+        test_clock::Hold(200);   // the monitor thread begins when the start is over
+        const int32_t result = K274_Init(0);
+        test_clock::Release();
+        AwaitThreadsEnd();
+        return result;
+    });
+    steps["after"] = Call([this](int64_t milliseconds, std::string step) {
+        test_clock::After(milliseconds, [=] { Do("* " + step); });
+    });
+    steps["on"] = Call([this](int state, std::string step) { OnState(state, [=] { Do("* " + step); }); });
+    steps["callback"] = Call([](std::string which) { // none, or another one
+        K274_RegNewScanCB(which == "none" ? nullptr : NoteAnother);
+    });
     steps["file"] = Call([](size_t size, std::string name) { WriteText(name, std::string(size, 'i')); });
     steps["set"] = Call([](size_t from, size_t count, uint8_t value) { // of the buffer
         std::fill_n(&buffer.at(from), count, value);
@@ -336,15 +375,25 @@ std::map<std::string, Scenario::Step> Scenario::Steps() {
         for (const ScanPart &part : ScanImages())
             std::fill_n(part.bytes, part.size, value);
     });
-    steps["images"] = Call([] {
+    steps["images"] = Call([](std::string name) { // one or all
         for (const ScanPart &part : ScanImages())
-            transcript::Note(part.name + (' ' + transcript::Runs(part.bytes, 0, part.size)));
+            if (name.empty() || name == part.name)
+                transcript::Note(part.name + (' ' + transcript::Runs(part.bytes, 0, part.size)));
     });
-    return steps;
+}
+
+void Scenario::Do(const std::string &line) {
+    In words(line);
+    std::string mark, name;
+    words >> mark >> name;
+    if (mark == "*") // one that was put off
+        transcript::Note(line);
+    ASSERT_TRUE(steps.count(name)) << line;
+    steps.at(name)(words);
 }
 
 void Scenario::Play(const std::string &file) {
-    const std::map<std::string, Step> steps = Steps();
+    Teach();
     std::ifstream lines(K274_SOURCE_DIR "/tests/" + file, std::ios::binary);
     ASSERT_TRUE(lines) << file;
     std::vector<std::string> kept = Kept();
@@ -355,11 +404,7 @@ void Scenario::Play(const std::string &file) {
             played += line + '\n';
         if (!isStep)
             continue;
-        In words(line.substr(2));
-        std::string name;
-        words >> name;
-        ASSERT_TRUE(steps.count(name)) << line;
-        steps.at(name)(words);
+        Do(line);
         std::string changes;
         const std::vector<std::string> last = std::exchange(kept, Kept());
         for (size_t i = 0; i < kept.size(); ++i)

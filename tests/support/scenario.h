@@ -19,9 +19,10 @@ protected:
     void Play(const std::string &file);
 
 private:
-    using Step = std::function<void(std::istringstream &)>;
-    std::map<std::string, Step> Steps(); // by their first word
+    void Teach();
+    void Do(const std::string &line);
 
+    std::map<std::string, std::function<void(std::istringstream &)>> steps; // by their first word
     std::filesystem::path before;      // the current folder: scenarios play in one of their own
     std::vector<std::string> barcodes; // that the decoder finds, one after the other
 };

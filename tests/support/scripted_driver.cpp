@@ -143,21 +143,19 @@ uint32_t WDU_TransferBulk(void *, uint32_t pipe, int32_t read, uint32_t, void *b
 uint32_t WDU_ResetPipe(void *, uint32_t pipe) {
     std::lock_guard guard(Lock());
     NoteCall("WDU_ResetPipe " + std::to_string(pipe));
-    return driver->pipeStatus;
+    return 0;
 }
 
 uint32_t WDU_ResetDevice(void *, uint32_t option) {
     std::function<void(uint32_t)> hook;
-    uint32_t status;
     {
         std::lock_guard guard(Lock());
         NoteCall("WDU_ResetDevice " + std::to_string(option));
         hook = driver->onReset;
-        status = driver->resetStatus;
     }
     if (hook)
         hook(option);
-    return status;
+    return 0;
 }
 
 uint32_t OsEventCreate(void **event) {

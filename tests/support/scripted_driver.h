@@ -26,7 +26,6 @@ struct Driver {
     // Statuses of the calls that open the driver.
     uint32_t initStatus = 0, eventStatus = 0, mutexStatus = 0;
     bool attachOnInit = true;
-    uint32_t resetStatus = 0, pipeStatus = 0;
 
     /// Answer to a send: its status and the claimed count.
     std::function<Reply(const Sent &)> onSend;

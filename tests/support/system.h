@@ -1,8 +1,7 @@
-// What tests ask of the system: variables of the environment and folders of their own.
+// What tests ask of the system: variables of the environment and the drive C.
 #pragma once
 
 #include <cstdlib>
-#include <filesystem>
 #include <optional>
 #include <string>
 
@@ -41,12 +40,4 @@ inline std::string DriveC(const std::string &folder) {
     SetVariable("K274_DRIVE_C", folder.c_str());
     return folder;
 #endif
-}
-
-/// Makes a folder that no other process uses; its name ends in a separator.
-inline std::string NewFolder() {
-    std::filesystem::path folder;
-    for (int i = 0; folder.empty() || !std::filesystem::create_directory(folder); ++i)
-        folder = std::filesystem::temp_directory_path() / ("k274-test-" + std::to_string(i));
-    return folder.string() + '/';
 }

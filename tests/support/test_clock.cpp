@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <map>
 #include <mutex>
 #include <numeric>
 #include <thread>
@@ -21,15 +22,28 @@ constexpr uint32_t kNoneHeld = 0;
 std::mutex heldLock;
 std::condition_variable released;
 uint32_t held = kNoneHeld;
+std::multimap<int64_t, std::function<void()>> actions; // by their time
+
+std::function<void()> NextAction() {
+    std::lock_guard guard(heldLock);
+    const auto next = actions.begin();
+    return next != actions.end() && next->first <= now ? actions.extract(next).mapped() : nullptr;
+}
 
 } // namespace
 
 void Reset() {
+    std::lock_guard guard(heldLock);
     now = kStart;
     sleeps.clear();
+    actions.clear();
 }
-int64_t Milliseconds() { return now; }
-void Advance(int64_t milliseconds) { now += milliseconds; }
+
+void After(int64_t milliseconds, std::function<void()> action) {
+    std::lock_guard guard(heldLock);
+    actions.emplace(now + milliseconds, std::move(action));
+}
+
 std::vector<uint32_t> Sleeps() { return sleeps; }
 uint32_t TotalSlept() { return std::accumulate(sleeps.begin(), sleeps.end(), 0u); }
 
@@ -58,6 +72,8 @@ void SleepMs(uint32_t milliseconds) {
         std::unique_lock guard(test_clock::heldLock);
         test_clock::released.wait(guard, [&] { return test_clock::held != milliseconds; });
     }
+    while (const auto action = test_clock::NextAction())
+        action();
     std::this_thread::yield();
 }
 

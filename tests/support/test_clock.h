@@ -3,13 +3,14 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 namespace test_clock {
 
 void Reset();
-int64_t Milliseconds();
-void Advance(int64_t milliseconds);
+/// Does something on the thread whose sleep brings the clock so many milliseconds on.
+void After(int64_t milliseconds, std::function<void()> action);
 
 /// The sleeps of the calling thread since Reset.
 std::vector<uint32_t> Sleeps();
