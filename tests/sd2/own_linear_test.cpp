@@ -39,10 +39,8 @@ struct Lines {
         edges.first = {0};
         for (const int moved : shift) {
             int32_t at = 1600 + moved;
-            bool dark = true;
             for (size_t i = 0; i <= bars.size(); ++i) {
-                edges.position.push_back(at + (dark ? -growth : growth) / 2);
-                dark = !dark;
+                edges.position.push_back(at + (i % 2 ? growth : -growth) / 2);
                 if (i < bars.size())
                     at += (bars[i] - '0') * module;
             }
