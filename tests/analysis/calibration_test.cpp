@@ -3,6 +3,7 @@
 #include "src/passes/white_card.h"
 #include "src/state/measures.h"
 #include "tests/support/data.h"
+#include "tests/support/images.h"
 #include "tests/support/library_fixture.h"
 
 #include <gmock/gmock.h>
@@ -56,12 +57,10 @@ TEST_F(LibraryTest, CalibrationByMeansAndGrades) {
         EXPECT_EQ(calibration.calCheckFlags, Ints(row[2])[0]) << row[0];
         measures.forwardRead = 0;
         TakeLog();
-        const bool flat = row[3] == "0";
+        const bool flat = row[3] == "OK";
         EXPECT_EQ(Verify('S'), flat);
         EXPECT_EQ(calibration.flatOk, flat);
-        char faults[16];
-        std::snprintf(faults, sizeof faults, "not flat 0x%X", static_cast<unsigned>(Ints(row[3])[0]));
-        EXPECT_EQ(Log(), Texts{std::string("image,   Calibration ") + (flat ? "OK" : faults)});
+        EXPECT_EQ(Log(), Texts{"image,   Calibration " + row[3]});
     }
     calibration.calFlags = calibration.calCheckFlags = 7;
     FactoryCalibrate(kSettled, CcdRawResp, measures, calibration);
@@ -72,9 +71,9 @@ TEST_F(LibraryTest, CalibrationByMeansAndGrades) {
 TEST_F(LibraryTest, CardReadForwardStoresItsResponse) {
     measures.forwardRead = 1;
     OpenDriver();
-    std::vector<uint8_t> expected(kResponseBytes);
-    std::generate(expected.begin(), expected.end(), [i = 0]() mutable { return i++ % 251; });
-    const std::vector<uint8_t> before = expected;
+    std::vector<uint8_t> before(kResponseBytes);
+    FillRandom(before, 1);
+    std::vector<uint8_t> expected = before;
     std::memcpy(CcdRawResp, before.data(), sizeof CcdRawResp);
     EXPECT_TRUE(Verify('N'));
     EXPECT_EQ(std::memcmp(CcdRawResp, before.data(), sizeof CcdRawResp), 0);

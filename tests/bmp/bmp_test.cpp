@@ -7,6 +7,7 @@
 #include "tests/support/library_fixture.h"
 #include "tests/support/system.h"
 
+#include <cstring>
 #include <filesystem>
 
 namespace k274::test {
@@ -45,41 +46,37 @@ TEST_F(BmpTest, SelectorsWriteTheirImagesAndAllAreMarked) {
     DriveC(folder);
     fs::create_directories(folder + "K274/BMP");
     fs::current_path(folder);
-    struct Mark {
-        size_t first, count, step;
-        char value;
-    };
     const struct {
         uint16_t selector;
         const char *name;
         uint8_t *image;
         size_t size, head;
-        Mark mark;
+        size_t mark = 0, marks = 0, step = 0; // places of the marked bytes
+        char value = 0;
     } cases[] = {
-        {1, "K274/BMP/K274_MSIr.bmp", MSIr, sizeof MSIr, 1078, {}},
-        {11, "K274/BMP/K274_RGBr.bmp", RGBr, sizeof RGBr, 54, {(1350 * 2300 + 8) * 3, 2285, 3, '\xFF'}},
-        {12, "K274/BMP/K274_RGBc.bmp", RGBc, sizeof RGBc, 54, {(1350 * 2300 + 8) * 3, 2285, 3, 127}},
-        {13, "K274_RED0.bmp", RED0, sizeof RED0, 1078, {}},
-        {14, "K274_RED1.bmp", RED1, sizeof RED1, 1078, {}},
-        {21, "K274/BMP/K274_IRr.bmp", IRr, sizeof IRr, 1078, {1350 * 2400 + 12, 2388, 1, 127}},
-        {22, "K274/BMP/K274_IRc.bmp", IRc, sizeof IRc, 1078, {}},
-        {31, "K274/BMP/K274_UVr.bmp", UVr, sizeof UVr, 54, {684 * 3, 1200, 1368 * 3, 127}},
-        {32, "K274/BMP/K274_UVc.bmp", UVc, sizeof UVc, 54, {684 * 3, 1200, 1368 * 3, 127}},
+        {1, "K274/BMP/K274_MSIr.bmp", MSIr, sizeof MSIr, 1078},
+        {11, "K274/BMP/K274_RGBr.bmp", RGBr, sizeof RGBr, 54, (1350 * 2300 + 8) * 3, 2285, 3, '\xFF'},
+        {12, "K274/BMP/K274_RGBc.bmp", RGBc, sizeof RGBc, 54, (1350 * 2300 + 8) * 3, 2285, 3, 127},
+        {13, "K274_RED0.bmp", RED0, sizeof RED0, 1078},
+        {14, "K274_RED1.bmp", RED1, sizeof RED1, 1078},
+        {21, "K274/BMP/K274_IRr.bmp", IRr, sizeof IRr, 1078, 1350 * 2400 + 12, 2388, 1, 127},
+        {22, "K274/BMP/K274_IRc.bmp", IRc, sizeof IRc, 1078},
+        {31, "K274/BMP/K274_UVr.bmp", UVr, sizeof UVr, 54, 684 * 3, 1200, 1368 * 3, 127},
+        {32, "K274/BMP/K274_UVc.bmp", UVc, sizeof UVc, 54, 684 * 3, 1200, 1368 * 3, 127},
     };
-    for (const auto &c : cases)
-        std::fill_n(c.image, c.size, static_cast<uint8_t>(c.selector));
-    K274_SaveImages(0);
-    for (const auto &c : cases)
-        EXPECT_TRUE(c.mark.count == 0 || c.image[c.mark.first] == static_cast<uint8_t>(c.mark.value))
-            << c.name;
     for (const auto &c : cases) {
-        K274_SaveImages(c.selector);
+        SCOPED_TRACE(c.name);
         std::string expected(c.size, static_cast<char>(c.selector));
-        for (size_t i = 0; i < c.mark.count; ++i)
-            expected[c.mark.first + i * c.mark.step] = c.mark.value;
+        for (size_t i = 0; i < c.marks; ++i)
+            expected[c.mark + i * c.step] = c.value;
+        for (const uint16_t selector : {uint16_t{0}, c.selector}) { // the first marks alone
+            std::fill_n(c.image, c.size, static_cast<uint8_t>(c.selector));
+            K274_SaveImages(selector);
+            EXPECT_EQ(std::memcmp(c.image, expected.data(), c.size), 0) << selector;
+        }
         const std::string file = ReadText(folder + c.name);
-        EXPECT_EQ(file.size(), c.size + c.head) << c.name;
-        EXPECT_TRUE(file.substr(std::min(file.size(), c.head)) == expected) << c.name;
+        EXPECT_EQ(file.size(), c.size + c.head);
+        EXPECT_TRUE(file.substr(std::min(file.size(), c.head)) == expected);
         EXPECT_TRUE(fs::remove(folder + c.name));
     }
     for (const uint16_t other : {uint16_t{2}, uint16_t{65535}})
