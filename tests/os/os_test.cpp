@@ -1,4 +1,4 @@
-// Files, locks, threads, resources and modules, as every system gives them.
+// Files, settings files, locks, threads, resources and modules, as every system gives them.
 #include "platform/os/os.h"
 #include "tests/os/files.h"
 
@@ -54,6 +54,28 @@ TEST(File, IsReadAndWrittenWhole) {
     EXPECT_EQ(Entries(directory), 1);
 }
 
+TEST_F(Profile, Reads) {
+    for (const auto &row : SettingsTable("os/texts.txt"))
+        EXPECT_EQ(Text(row[0]), row[1]) << row[0];
+    EXPECT_EQ(Text("[Demo]\nName=ABCDEFGHIJ\n", 8), "ABCDEFG");
+    EXPECT_EQ(Text("[Demo]\nName=x\n", 1), "");
+    for (const auto &row : SettingsTable("os/numbers.txt"))
+        EXPECT_EQ(Int("[Demo]\r\nNum = " + row[0] + "\r\n"), std::stoi(row[1])) << row[0];
+    EXPECT_EQ(Int("[Demo]\nNum\n"), -77);
+    EXPECT_EQ(os::ReadProfileInt(directory_.File("missing/x").c_str(), "Demo", "Num", -5), -5);
+    EXPECT_FALSE(os::WriteProfileText(directory_.File("missing/x").c_str(), "Demo", "Num", "1"));
+}
+
+TEST_F(Profile, WritesOneEntryAndKeepsEveryOtherByte) {
+    for (const auto &row : SettingsTable("os/written.txt"))
+        EXPECT_EQ(Written(row[0], "Demo", "Num", "8"), row[1]) << row[0];
+    // Nothing that could not be read back.
+    for (const auto &row : Table("os/refused.txt")) {
+        const auto text = [&row](size_t cell) { return row[cell] == "-" ? nullptr : row[cell].c_str(); };
+        EXPECT_EQ(Written("[Demo]\nNum=7\n", text(0), text(1), text(2)), "refused");
+    }
+}
+
 TEST(CurrentDirectory, IsWholeOrEmpty) {
     const std::string expected = std::filesystem::current_path().string();
     std::string text(expected.size() + 2, '#');
@@ -93,13 +115,24 @@ TEST(Lock, OneThreadTakesItAgainAnotherDoesNot) {
     EXPECT_TRUE(free());
 }
 
-TEST(Thread, RunsItsBodyOnAnotherThread) {
-    // Outlives the thread, as nothing on the test's stack surely does.
+TEST(Thread, RunsItsBodyOnAnotherThreadAndIsCountedUntilItsEnd) {
+    // They outlive the thread, as nothing on the test's stack surely does.
     static std::promise<std::thread::id> report;
-    ASSERT_TRUE(os::StartThread([](void *) { report.set_value(std::this_thread::get_id()); }, nullptr));
+    static std::promise<void> gate;
+    const int before = os::RunningThreads();
+    const auto body = [](void *) {
+        report.set_value(std::this_thread::get_id());
+        gate.get_future().wait();
+    };
+    ASSERT_TRUE(os::StartThread(body, nullptr));
     auto id = report.get_future();
     ASSERT_EQ(id.wait_for(std::chrono::seconds(30)), std::future_status::ready);
     EXPECT_NE(id.get(), std::this_thread::get_id());
+    EXPECT_EQ(os::RunningThreads(), before + 1);
+    gate.set_value();
+    for (int i = 0; i < 3000 && os::RunningThreads() != before; ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    EXPECT_EQ(os::RunningThreads(), before);
 }
 
 TEST(Resource, FirmwareImageIsCarriedWhole) {

