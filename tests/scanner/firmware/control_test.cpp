@@ -6,7 +6,6 @@
 #include <gmock/gmock.h>
 
 #include <cmath>
-#include <fstream>
 #include <limits>
 
 namespace {
@@ -30,10 +29,9 @@ int Scan(Host &host) {
 
 TEST_F(Control, CardsOfAFolderAreScannedOneAfterTheOther) {
     Host host;
-    AddCard(folder, "b");
     AddCard(folder, "a", 40);
+    WriteText(AddCard(folder, "b") + "/front.png", "no picture");
     AddCard(folder, "c", 240);
-    WriteText(folder.File("b/front.png"), "no picture");
     ASSERT_EQ(VS_SetCards(folder.Path().string().c_str()), VS_OK);
     const uint32_t before = Observed().scans;
     testing::internal::CaptureStderr();
@@ -63,26 +61,22 @@ TEST_F(Control, BadArgumentsAndASecondCardAreRefused) {
 }
 
 TEST(ScannerEnvironment, WhatCannotBeUsedIsNamedAndLeftOut) {
-    const auto read = [](const char *speed, const char *seed) {
-        SetVariable("K274_SPEED", speed);
-        SetVariable("K274_SEED", seed);
+    const auto read = [](const std::string &text) {
+        const Variable speed("K274_SPEED", text), seed("K274_SEED", text), jitter("K274_JITTER", text);
         const scanner::Settings settings = scanner::ReadEnvironment();
-        return std::pair(settings.speed, settings.seed);
+        return std::tuple(settings.speed, settings.seed, settings.jitter);
     };
-    EXPECT_EQ(read("2.5", "4294967295"), std::pair(2.5, 4294967295u));
     testing::internal::CaptureStderr();
+    EXPECT_EQ(read(""), std::tuple(1.0, 1u, 0.0));
+    EXPECT_EQ(read("2.5"), std::tuple(2.5, 1u, 2.5)) << "no seed";
+    EXPECT_EQ(read("4294967295"), std::tuple(4294967295.0, 4294967295u, 0.0)) << "no jitter";
     for (const char *bad : {"-1", "inf", "nan", "10x", " 7", "1e400", "fast"})
-        EXPECT_EQ(read(bad, bad), std::pair(1.0, 1u)) << bad;
-    EXPECT_EQ(read("", ""), std::pair(1.0, 1u));
-    SetVariable("K274_CARDS", "/none");
-    SetVariable("K274_SCANNER_LOG", "/none/device.log");
-    SetVariable("K274_FLASH", "/");
+        EXPECT_EQ(read(bad), std::tuple(1.0, 1u, 0.0)) << bad;
+    const Variable cards("K274_CARDS", "/none"), log("K274_SCANNER_LOG", "/none/log"),
+        flash("K274_FLASH", "/");
     const scanner::Scanner bare(scanner::ReadEnvironment());
-    SetVariable("K274_CARDS", "");
-    SetVariable("K274_SCANNER_LOG", "");
-    SetVariable("K274_FLASH", "");
     const std::string said = testing::internal::GetCapturedStderr();
-    EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 17) << said;
+    EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 2 + 7 * 3 + 3) << said;
 }
 
 } // namespace
