@@ -33,22 +33,16 @@ bool IsLongReply(const Bytes &reply) {
     return reply.size() > 256;
 }
 
-class Driver : public testing::TestWithParam<Backend> {
+class Driver : public ScannerTest, public testing::WithParamInterface<Backend> {
 protected:
     void SetUp() override {
+        ScannerTest::SetUp();
         SetVariable("K274_DEVICE", GetParam().device);
-        VS_ClearFaults();
-        VS_SetCards(nullptr);
-        VS_SetSpeed(0);
-        VS_SetSeed(1);
-        VS_Unplug(); // what was on its way comes out
-        VS_PlugIn();
         connected_ = GetParam().connect(GetParam().splits);
     }
     void TearDown() override {
-        VS_ClearFaults();
-        VS_PlugIn();
         Use("virtual", "");
+        ScannerTest::TearDown();
     }
     void Play(const std::function<void(Host &)> &course) {
         const ::TempFolder folder;

@@ -25,8 +25,6 @@ struct Bed {
         ::chmod(root.c_str(), 0755);
     }
     ~Bed() { g_object_unref(bed); }
-    Bed(const Bed &) = delete;
-    Bed &operator=(const Bed &) = delete;
 
     UMockdevTestbed *bed;
     std::string root;

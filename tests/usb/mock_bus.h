@@ -15,8 +15,6 @@ class Port {
 public:
     explicit Port(scanner::Scanner &scanner, int number = 1);
     ~Port();
-    Port(const Port &) = delete;
-    Port &operator=(const Port &) = delete;
 
     Behaviour behaviour;
     /// For the next plug-in: the descriptors as the system has them.

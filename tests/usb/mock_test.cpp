@@ -37,12 +37,11 @@ namespace {
 using namespace wire;
 using testing::HasSubstr;
 
-struct Usb : testing::Test {
+struct Usb : ScannerTest {
     void SetUp() override {
+        ScannerTest::SetUp();
         SetVariable("K274_DEVICE", "usb");
-        VS_SetSpeed(0);
-        VS_Unplug(); // what was on its way comes out
-        Plug(true);
+        ASSERT_TRUE(port.Await(true));
     }
     void TearDown() override { VS_PlugIn(); }
     void Plug(bool in) {
