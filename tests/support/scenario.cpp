@@ -22,6 +22,7 @@
 #include "src/scan/status.h"
 #include "src/scan/wait.h"
 #include "src/state/flags.h"
+#include "src/state/locks.h"
 #include "src/state/monitor_record.h"
 #include "src/state/notify.h"
 #include "src/state/pass_results.h"
@@ -32,6 +33,8 @@
 #include "tests/support/transcript.h"
 
 #include <algorithm>
+#include <future>
+#include <thread>
 #include <tuple>
 
 namespace {
@@ -174,7 +177,7 @@ void Scenario::SetUp() {
     scanner.events.clear();
     scanner.progress = {2299};
     scanner.polls = scanner.packets = 0;
-    buffer.assign(200000, 0);
+    buffer.assign(1224000, 0); // no image is larger
     scripted::TheDecoder().onDecode = [this](const scripted::DecodeRequest &request) {
         const std::string text = barcodes.empty() ? "" : barcodes.front();
         if (!barcodes.empty())
@@ -254,6 +257,7 @@ void Scenario::Teach() {
              {"AfeRegs", Call(K274_AfeRegs)},
              {"GetFocusImg", Call(K274_GetFocusImg)},
              {"GetFocImgAry", Call(K274_GetFocImgAry)},
+             {"StillImage", Call(K274_StillImage)},
              {"LabJack", Call(K274_LabJack)},
              {"ReSend", Call(K274_ReSend)},
              {"Close", Call(K274_Close)},
@@ -361,6 +365,18 @@ void Scenario::Teach() {
         test_clock::After(milliseconds, [=] { Do("* " + step); });
     });
     steps["on"] = Call([this](int state, std::string step) { OnState(state, [=] { Do("* " + step); }); });
+    steps["busy"] = Call([this](std::string step) { // another thread has the scanner meanwhile
+        std::promise<void> held, done;
+        std::thread holder([&] {
+            k274::DeviceGuard guard(k274::deviceLock);
+            held.set_value();
+            done.get_future().wait();
+        });
+        held.get_future().wait();
+        Do("* " + step);
+        done.set_value();
+        holder.join();
+    });
     steps["callback"] = Call([](std::string which) { // none, or another one
         K274_RegNewScanCB(which == "none" ? nullptr : NoteAnother);
     });
