@@ -11,25 +11,17 @@
 
 /// Plays one scenario: does what lines say, by their first word.
 struct Player {
-    using Words = std::istringstream;
-    std::map<std::string, std::function<void(Words &)>> verbs;
+    /// By the first word; they are given the rest, its escapes resolved.
+    std::map<std::string, std::function<void(const std::string &)>> verbs;
     TempFolder folder; // of the scenario's files
     std::string told;
 
     /// @return what came of it, a line each
     std::string Do(const std::string &line) {
-        Words words(line);
-        std::string verb;
-        words >> verb;
+        const size_t end = std::min(line.find(' '), line.size());
         told.clear();
-        verbs.at(verb)(words);
+        verbs.at(line.substr(0, end))(Unescaped(line.substr(end)));
         return told;
-    }
-    /// What stands behind the words that were read.
-    static std::string Rest(Words &words) {
-        std::string rest;
-        std::getline(words, rest);
-        return Unescaped(rest);
     }
     /// Tells a line, with the names of files as they are in the scenario's folder.
     void Tell(std::string text) {
@@ -41,7 +33,8 @@ struct Player {
     }
     /// "FILE cut BYTES", also to more than there are, "FILE flip AT" for one bit, "FILE put AT NUMBER ..."
     /// for numbers of 32 bits, the highest byte first.
-    void Spoil(Words &words) const {
+    void Spoil(const std::string &what) const {
+        std::istringstream words(what);
         std::string file, how;
         size_t at = 0;
         words >> file >> how >> at;

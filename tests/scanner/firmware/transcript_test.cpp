@@ -45,29 +45,27 @@ uint32_t Number(const std::string &text) {
                                       : static_cast<uint32_t>(std::stoul(text, nullptr, 0));
 }
 
-/// Bytes as "1x02 3x04", or "noise SEED COUNT" with points for blanks.
+/// Bytes as "1x02 3x04" in hexadecimal, or "noise SEED COUNT", with points for blanks.
 Bytes DataOf(std::string text) {
-    std::replace(text.begin(), text.end(), '.', ' ');
-    std::istringstream words(text);
-    if (std::string word; text.rfind("noise", 0) == 0 && words >> word) {
-        uint32_t seed = 0;
-        size_t count = 0;
-        words >> seed >> count;
-        Bytes noise(count);
-        scanner::FillWithNoise(seed, noise.data(), count);
-        return noise;
-    }
+    std::replace_if(
+        text.begin(), text.end(), [](char c) { return c == '.' || c == 'x'; }, ' ');
     Bytes bytes;
-    for (size_t count = 0; words >> count;) {
-        unsigned value = 0;
-        words.ignore();
-        words >> std::hex >> value >> std::dec;
-        bytes.insert(bytes.end(), count, static_cast<uint8_t>(value));
+    if (text.rfind("noise", 0) == 0) {
+        uint32_t seed = 0, count = 0;
+        Take(text.substr(5), seed, count);
+        bytes.resize(count);
+        FillWithNoise(seed, bytes.data(), count);
+        return bytes;
     }
+    std::istringstream words(text);
+    for (unsigned count = 0, value = 0; words >> std::dec >> count >> std::hex >> value;)
+        bytes.insert(bytes.end(), count, static_cast<uint8_t>(value));
     return bytes;
 }
 
 Clock::TimePoint fakeNow{};
+
+constexpr VS_Identity kIdentity{0x11223344, 0x5566778899AABBCC, {2, 3, 6}, {1, 12}, 6, 7, 0};
 
 // Where the fields of commands are, and how many bytes they have.
 constexpr struct {
@@ -85,21 +83,219 @@ constexpr struct {
 class Desk : public Player {
 public:
     /// @param anySpeed  of scenarios that come out the same at any
-    explicit Desk(double anySpeed);
-    std::string Do(const std::string &line);
+    explicit Desk(double anySpeed) {
+        device_.PowerOn();
+        verbs = {
+            {"speed",
+             [this, anySpeed](const auto &speed) {
+                 clock_.SetSpeed(speed_ = speed == "any" ? anySpeed : std::stod(speed));
+             }},
+            {"wait", [this](const auto &seconds) { Wait(std::stod(seconds)); }},
+            {"pass", [this](const auto &seconds) { Wait(speed_ == 0 ? 0 : std::stod(seconds) / speed_); }},
+            {"seed", [this](const auto &seed) { device_.SetSeed(Number(seed)); }},
+            {"card",
+             [this](const auto &text) {
+                 const auto card = LoadCard(AddCard(folder, "card", 200, text));
+                 if (!device_.InsertCard(std::make_shared<Card>(card)))
+                     Tell("the slot is taken");
+             }},
+            {"open", [this](auto &) { device_.OpenDoor(); }},
+            {"close", [this](auto &) { device_.CloseDoor(); }},
+            {"eject", [this](auto &) { device_.PressEject(); }},
+            {"restart", [this](auto &) { device_.Restart(); }},
+            {"off", [this](auto &) { device_.PowerOff(); }},
+            {"on", [this](auto &) { device_.PowerOn(); }},
+            {"reset", [this](auto &) { device_.Reset(); }},
+            {"identity", [this](auto &) { state_.identity = kIdentity; }},
+            {"post",
+             [this](const auto &what) {
+                 unsigned times = 0;
+                 std::string text;
+                 for (Take(what, times, text); times > 0; times--)
+                     if (!state_.events.Post(text))
+                         Tell("the queue is full");
+             }},
+            {"flash", [this](const auto &file) { state_.flashFile.Open(state_, folder.File(file)); }},
+            {"spoil", [this](const auto &what) { Spoil(what); }},
+            {"file",
+             [this](const auto &file) {
+                 const Bytes bytes = ReadBytes(folder.File(file));
+                 Tell(std::to_string(bytes.size()) + " bytes: " + BytesText(bytes.data(), bytes.size()));
+             }},
+            {"forget",
+             [this](auto &) { // another process has the scanner
+                 state_.stored = {};
+                 state_.identity = kFactoryIdentity;
+                 state_.calibration.Follow(state_.lines.Lamps());
+             }},
+            {"poll",
+             [this](const auto &mode) {
+                 const std::string word = "0x" + Hex(Poll(mode[0]), 4);
+                 const int job = reply_.at(17);
+                 Tell(word + " " + status::KindName(reply_.at(4)) +
+                      (job != 0 ? ", job " + std::to_string(job) : ""));
+             }},
+            {"until", [this](const auto &word) { Scan(0, 0, Number(word)); }},
+            {"scan",
+             [this](const auto &what) {
+                 unsigned passes = 0;
+                 std::string mode;
+                 Take(what, passes, mode);
+                 Scan(mode[0], passes, 0);
+             }},
+            {"fetch", [this](const auto &pass) { Fetch(std::stoi(pass)); }},
+            {"events",
+             [this](auto &) {
+                 while (Ask({command::kEvent}) == InResult::Data && !Text(reply_).empty())
+                     Tell(Text(reply_));
+             }},
+            {">",
+             [this](const auto &command) {
+                 Command(command);
+                 TellReply(Await());
+             }},
+            {"send", [this](const auto &command) { Command(command); }},
+            {"read",
+             [this](const auto &room) { TellReply(Read(room.empty() ? kMaxReplyBytes : std::stoul(room))); }},
+        };
+    }
+
+    std::string Do(const std::string &line) {
+        testing::internal::CaptureStderr();
+        Player::Do(line);
+        std::istringstream said(testing::internal::GetCapturedStderr());
+        for (std::string text; std::getline(said, text);)
+            Tell(text);
+        TellWhatItRemembers();
+        return told;
+    }
 
 private:
-    InResult Read(size_t room = kMaxReplyBytes);
-    InResult Await();
-    InResult Ask(const Fields &fields);
+    InResult Read(size_t room = kMaxReplyBytes) {
+        reply_.assign(room, 0xEE);
+        size_t size = 0;
+        const InResult result = device_.In(reply_.data(), room, &size);
+        reply_.resize(size);
+        return result;
+    }
+
+    /// Reads, waiting for the head.
+    InResult Await() {
+        InResult result;
+        while ((result = Read()) == InResult::Nak && device_.NextMoment() > fakeNow &&
+               device_.NextMoment() < Clock::TimePoint::max())
+            fakeNow = device_.NextMoment();
+        return result;
+    }
+
+    InResult Ask(const Fields &fields) {
+        Send(Packet(fields, ++sequence_));
+        return Await();
+    }
+
     /// @return the status word
-    uint16_t Poll(uint8_t mode) { return Ask(PollFields(mode)), Word(reply_, 6); }
-    void Fetch(int pass);
-    void Command(Words &words);
-    void Scan(uint8_t mode, unsigned passes, uint16_t end);
-    void TellReply(InResult result);
-    void TellWhatItRemembers();
-    void Wait(double seconds) {
+    uint16_t Poll(char mode) { return Ask(PollFields(static_cast<uint8_t>(mode))), Word(reply_, 6); }
+
+    /// Asks for every twelfth block of a pass and the last one.
+    void Fetch(int pass) {
+        const auto &f = kPassesFetched[pass - 1];
+        const int step = (f.last > f.first ? 12 : -12) * f.block;
+        for (int first = f.first; (first - f.last) * step < 0; first += step)
+            Ask(LineFields(pass, first, f.block));
+        Ask(LineFields(pass, f.last, f.block));
+    }
+
+    /// Sends "CODE FIELD=VALUE ...", also "at" and "data" for what stands there, and "size" of all.
+    void Command(const std::string &what) {
+        std::istringstream words(what);
+        std::string word;
+        words >> word;
+        asked_ = Packet({static_cast<uint8_t>(std::stoul(word, nullptr, 16))}, ++sequence_);
+        size_t at = asked_.size();
+        while (words >> word) {
+            const size_t equals = word.find('=');
+            const std::string name = word.substr(0, equals), value = word.substr(equals + 1);
+            if (name == "data") {
+                const Bytes data = DataOf(value);
+                asked_.resize(std::max(asked_.size(), at + data.size()));
+                std::copy(data.begin(), data.end(), asked_.begin() + static_cast<ptrdiff_t>(at));
+            } else if (name == "at")
+                at = Number(value);
+            else if (name == "size")
+                asked_.resize(Number(value));
+            for (const auto &field : kFields)
+                for (size_t k = 0; field.name == name && k < field.bytes; k++)
+                    asked_.at(field.at + k) = static_cast<uint8_t>(Number(value) >> (8 * k));
+        }
+        if (Send(asked_) == OutResult::Stall)
+            Tell("refused");
+    }
+
+    void TellReply(InResult result) {
+        constexpr const char *kResults[] = {"", "nothing yet", "stalled", "does not fit"};
+        if (result != InResult::Data) {
+            const double left = std::chrono::duration<double>(device_.NextMoment() - fakeNow).count();
+            Tell(kResults[static_cast<int>(result)] +
+                 (left < 1e6 ? ", in " + std::to_string(left) + " s" : ""));
+            return;
+        }
+        const uint8_t code = asked_[field::kCode];
+        if (code == command::kEvent) {
+            Tell("\"" + Text(reply_) + "\"");
+            return;
+        }
+        const bool lines = code >= command::kRgbLines && code <= command::kUvLines;
+        const size_t head = std::min(reply_.size(), lines ? kShortHeaderBytes : kHeaderBytes);
+        const bool own = reply_[field::kCode] == code && reply_[field::kSub] == asked_[field::kSub] &&
+                         Dword(reply_, field::kSequence) == sequence_;
+        std::string text = std::to_string(reply_.size()) + (own ? " bytes" : " bytes, not of this command");
+        Store32(&reply_[field::kSequence], 0);
+        for (size_t k = 2, end; k < head; k = end + 1) { // what is not zero, and where
+            for (end = k; end < head && reply_[end] != 0;)
+                end++;
+            text += end > k ? ", " + std::to_string(k) + ": " + BytesText(&reply_[k], end - k) : "";
+        }
+        Tell(text +
+             (reply_.size() > head ? ", data: " + BytesText(&reply_[head], reply_.size() - head) : ""));
+    }
+
+    void TellWhatItRemembers() {
+        const VS_Observed observed = device_.Observed();
+        auto now = remembered_;
+        std::memcpy(now.data(), &observed, sizeof observed);
+        static const auto kNames = Table("scanner/firmware/observed.txt"); // polls and sequence without names
+        std::string text;
+        for (size_t k = 0; k < now.size(); k++)
+            if (const std::string &name = kNames.at(k).at(0); now[k] != remembered_[k] && name != "-")
+                text += (text.empty() ? "" : ", ") + name + " " + std::to_string(now[k]);
+        remembered_ = now;
+        if (!text.empty())
+            Tell("remembers " + text);
+    }
+
+    /// Polls every 10 ms until a word comes, and fetches the lines of passes: 1 visible, 2 infrared, 4
+    /// ultraviolet.
+    void Scan(char mode, unsigned passes, uint32_t end) {
+        std::string text;
+        uint16_t word = Poll(mode), last = word;
+        for (int polls = 1, all = 0; word != end && all < 3000; all++) {
+            Wait(0.01);
+            word = Poll(mode);
+            if (word == last) {
+                polls++;
+                continue;
+            }
+            text += std::to_string(polls) + " x 0x" + Hex(last, 4) + ", ";
+            last = word;
+            polls = 1;
+            for (const int pass : {1, 2, 3})
+                if (word == kPassesFetched[pass - 1].word && (passes >> (pass - 1) & 1) != 0)
+                    Fetch(pass);
+        }
+        Tell(text + "0x" + Hex(word, 4));
+    }
+
+    static void Wait(double seconds) {
         fakeNow +=
             std::chrono::duration_cast<Clock::TimePoint::duration>(std::chrono::duration<double>(seconds));
     }
@@ -114,223 +310,6 @@ private:
     Bytes asked_, reply_;
     std::array<uint32_t, sizeof(VS_Observed) / sizeof(uint32_t)> remembered_{};
 };
-
-InResult Desk::Read(size_t room) {
-    reply_.assign(room, 0xEE);
-    size_t size = 0;
-    const InResult result = device_.In(reply_.data(), room, &size);
-    reply_.resize(size);
-    return result;
-}
-
-/// Reads, waiting for the head.
-InResult Desk::Await() {
-    InResult result;
-    while ((result = Read()) == InResult::Nak && device_.NextMoment() > fakeNow &&
-           device_.NextMoment() < Clock::TimePoint::max())
-        fakeNow = device_.NextMoment();
-    return result;
-}
-
-InResult Desk::Ask(const Fields &fields) {
-    Send(Packet(fields, ++sequence_));
-    return Await();
-}
-
-/// Asks for every twelfth block of a pass and the last one.
-void Desk::Fetch(int pass) {
-    const auto &f = kPassesFetched[pass - 1];
-    const int step = (f.last > f.first ? 12 : -12) * f.block;
-    for (int first = f.first; (first - f.last) * step < 0; first += step)
-        Ask(LineFields(pass, first, f.block));
-    Ask(LineFields(pass, f.last, f.block));
-}
-
-/// Sends "CODE FIELD=VALUE ...", also "at" and "data" for what stands there, and "size" of all.
-void Desk::Command(Words &words) {
-    std::string word;
-    words >> word;
-    asked_ = Packet({static_cast<uint8_t>(std::stoul(word, nullptr, 16))}, ++sequence_);
-    size_t at = asked_.size();
-    while (words >> word) {
-        const size_t equals = word.find('=');
-        const std::string name = word.substr(0, equals), value = word.substr(equals + 1);
-        if (name == "data") {
-            const Bytes data = DataOf(value);
-            asked_.resize(std::max(asked_.size(), at + data.size()));
-            std::copy(data.begin(), data.end(), asked_.begin() + static_cast<ptrdiff_t>(at));
-        } else if (name == "at")
-            at = Number(value);
-        else if (name == "size")
-            asked_.resize(Number(value));
-        for (const auto &field : kFields)
-            for (size_t k = 0; field.name == name && k < field.bytes; k++)
-                asked_.at(field.at + k) = static_cast<uint8_t>(Number(value) >> (8 * k));
-    }
-    if (Send(asked_) == OutResult::Stall)
-        Tell("refused");
-}
-
-void Desk::TellReply(InResult result) {
-    constexpr const char *kResults[] = {"", "nothing yet", "stalled", "does not fit"};
-    if (result != InResult::Data) {
-        const double left = std::chrono::duration<double>(device_.NextMoment() - fakeNow).count();
-        Tell(kResults[static_cast<int>(result)] + (left < 1e6 ? ", in " + std::to_string(left) + " s" : ""));
-        return;
-    }
-    const uint8_t code = asked_[field::kCode];
-    if (code == command::kEvent) {
-        Tell("\"" + Text(reply_) + "\"");
-        return;
-    }
-    const bool lines = code >= command::kRgbLines && code <= command::kUvLines;
-    const size_t head = std::min(reply_.size(), lines ? kShortHeaderBytes : kHeaderBytes);
-    const bool own = reply_[field::kCode] == code && reply_[field::kSub] == asked_[field::kSub] &&
-                     Dword(reply_, field::kSequence) == sequence_;
-    std::string text = std::to_string(reply_.size()) + (own ? " bytes" : " bytes, not of this command");
-    Store32(&reply_[field::kSequence], 0);
-    for (size_t k = 2, end; k < head; k = end + 1) { // what is not zero, and where
-        for (end = k; end < head && reply_[end] != 0;)
-            end++;
-        text += end > k ? ", " + std::to_string(k) + ": " + BytesText(&reply_[k], end - k) : "";
-    }
-    Tell(text + (reply_.size() > head ? ", data: " + BytesText(&reply_[head], reply_.size() - head) : ""));
-}
-
-void Desk::TellWhatItRemembers() {
-    const VS_Observed observed = device_.Observed();
-    auto now = remembered_;
-    std::memcpy(now.data(), &observed, sizeof observed);
-    static const auto kNames = Table("scanner/firmware/observed.txt"); // polls and sequence without names
-    std::string text;
-    for (size_t k = 0; k < now.size(); k++)
-        if (const std::string &name = kNames.at(k).at(0); now[k] != remembered_[k] && name != "-")
-            text += (text.empty() ? "" : ", ") + name + " " + std::to_string(now[k]);
-    remembered_ = now;
-    if (!text.empty())
-        Tell("remembers " + text);
-}
-
-/// Polls every 10 ms until a word comes, and fetches the lines of passes: 1 visible, 2 infrared, 4
-/// ultraviolet.
-void Desk::Scan(uint8_t mode, unsigned passes, uint16_t end) {
-    std::string text;
-    uint16_t word = Poll(mode), last = word;
-    for (int polls = 1, all = 0; word != end && all < 3000; all++) {
-        Wait(0.01);
-        word = Poll(mode);
-        if (word == last) {
-            polls++;
-            continue;
-        }
-        text += std::to_string(polls) + " x 0x" + Hex(last, 4) + ", ";
-        last = word;
-        polls = 1;
-        for (const int pass : {1, 2, 3})
-            if (word == kPassesFetched[pass - 1].word && (passes >> (pass - 1) & 1) != 0)
-                Fetch(pass);
-    }
-    Tell(text + "0x" + Hex(word, 4));
-}
-
-uint32_t NextNumber(Player::Words &words) {
-    std::string word;
-    words >> word;
-    return Number(word);
-}
-double Seconds(Player::Words &words) { return std::stod(Player::Rest(words)); }
-uint8_t Mode(Player::Words &words) { return Player::Rest(words) == "R" ? kVisibleLightOnly : 0; }
-
-Desk::Desk(double anySpeed) {
-    device_.PowerOn();
-    verbs = {
-        {"speed",
-         [this, anySpeed](Words &words) {
-             const std::string speed = Rest(words);
-             clock_.SetSpeed(speed_ = speed == "any" ? anySpeed : std::stod(speed));
-         }},
-        {"wait", [this](Words &words) { Wait(Seconds(words)); }},
-        {"pass", [this](Words &words) { Wait(speed_ == 0 ? 0 : Seconds(words) / speed_); }},
-        {"seed", [this](Words &words) { device_.SetSeed(NextNumber(words)); }},
-        {"card",
-         [this](Words &words) {
-             const auto card = LoadCard(AddCard(folder, "card", 200, Rest(words)));
-             if (!device_.InsertCard(std::make_shared<Card>(card)))
-                 Tell("the slot is taken");
-         }},
-        {"open", [this](Words &) { device_.OpenDoor(); }},
-        {"close", [this](Words &) { device_.CloseDoor(); }},
-        {"eject", [this](Words &) { device_.PressEject(); }},
-        {"restart", [this](Words &) { device_.Restart(); }},
-        {"off", [this](Words &) { device_.PowerOff(); }},
-        {"on", [this](Words &) { device_.PowerOn(); }},
-        {"reset", [this](Words &) { device_.Reset(); }},
-        {"identity",
-         [this](Words &) {
-             state_.identity = {0x11223344, 0x5566778899AABBCC, {2, 3, 6}, {1, 12}, 6, 7, 0};
-         }},
-        {"post",
-         [this](Words &words) {
-             unsigned times = NextNumber(words);
-             for (const std::string text = Rest(words); times > 0; times--)
-                 if (!state_.events.Post(text))
-                     Tell("the queue is full");
-         }},
-        {"flash", [this](Words &words) { state_.flashFile.Open(state_, folder.File(Rest(words))); }},
-        {"spoil", [this](Words &words) { Spoil(words); }},
-        {"file",
-         [this](Words &words) {
-             const Bytes bytes = ReadBytes(folder.File(Rest(words)));
-             Tell(std::to_string(bytes.size()) + " bytes: " + BytesText(bytes.data(), bytes.size()));
-         }},
-        {"forget",
-         [this](Words &) { // another process has the scanner
-             state_.stored = {};
-             state_.identity = kFactoryIdentity;
-             state_.calibration.Follow(state_.lines.Lamps());
-         }},
-        {"poll",
-         [this](Words &words) {
-             const std::string word = "0x" + Hex(Poll(Mode(words)), 4);
-             const int job = reply_.at(17);
-             Tell(word + " " + status::KindName(reply_.at(4)) +
-                  (job != 0 ? ", job " + std::to_string(job) : ""));
-         }},
-        {"until", [this](Words &words) { Scan(0, 0, static_cast<uint16_t>(NextNumber(words))); }},
-        {"scan",
-         [this](Words &words) {
-             const unsigned passes = NextNumber(words);
-             Scan(Mode(words), passes, 0);
-         }},
-        {"fetch", [this](Words &words) { Fetch(static_cast<int>(NextNumber(words))); }},
-        {"events",
-         [this](Words &) {
-             while (Ask({command::kEvent}) == InResult::Data && !Text(reply_).empty())
-                 Tell(Text(reply_));
-         }},
-        {">",
-         [this](Words &words) {
-             Command(words);
-             TellReply(Await());
-         }},
-        {"send", [this](Words &words) { Command(words); }},
-        {"read",
-         [this](Words &words) {
-             const std::string room = Rest(words);
-             TellReply(Read(room.empty() ? kMaxReplyBytes : std::stoul(room)));
-         }},
-    };
-}
-
-std::string Desk::Do(const std::string &line) {
-    testing::internal::CaptureStderr();
-    Player::Do(line);
-    std::istringstream said(testing::internal::GetCapturedStderr());
-    for (std::string text; std::getline(said, text);)
-        Tell(text);
-    TellWhatItRemembers();
-    return told;
-}
 
 struct Transcripts : testing::TestWithParam<std::pair<const char *, double>> {};
 

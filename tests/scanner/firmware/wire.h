@@ -28,14 +28,7 @@ Bytes Packet(const Fields &fields, uint32_t sequence);
 inline Fields PollFields(uint8_t scanMode = 0) { return {0x00, 0, 0, 80, 1, scanMode, 0, 80}; }
 /// @param code  1 visible, 2 infrared, 3 ultraviolet
 inline Fields LineFields(int code, int first, int lines) {
-    return {static_cast<uint8_t>(code),
-            0,
-            static_cast<uint16_t>(first),
-            static_cast<uint16_t>(lines),
-            0,
-            0,
-            0,
-            24};
+    return {uint8_t(code), 0, uint16_t(first), uint16_t(lines), 0, 0, 0, 24};
 }
 
 inline uint16_t Word(const Bytes &reply, size_t at) {

@@ -34,25 +34,25 @@ struct Cards : Player {
     Cards() {
         wire::AddCard(folder, "card", 90);
         verbs = {
-            {"text", [this](Words &words) { WriteText(folder.File("card/card.txt"), Rest(words)); }},
+            {"text", [this](const auto &text) { WriteText(folder.File("card/card.txt"), text); }},
             {"picture",
-             [this](Words &words) {
+             [this](const auto &what) {
                  std::string file;
                  int grey = 0;
-                 words >> file >> grey;
+                 Take(what, file, grey);
                  wire::WritePng(folder.File(file), static_cast<uint8_t>(grey));
              }},
-            {"spoil", [this](Words &words) { Spoil(words); }},
-            {"remove", [this](Words &words) { std::filesystem::remove(folder.File(Rest(words))); }},
-            {"load", [this](Words &words) { Tell(CardText(LoadCard(folder.File(Rest(words))))); }},
+            {"spoil", [this](const auto &what) { Spoil(what); }},
+            {"remove", [this](const auto &file) { std::filesystem::remove(folder.File(file)); }},
+            {"load", [this](const auto &card) { Tell(CardText(LoadCard(folder.File(card)))); }},
             {"list",
-             [this](Words &words) {
-                 for (const std::string &card : ListCards(folder.File(Rest(words))))
+             [this](const auto &of) {
+                 for (const std::string &card : ListCards(folder.File(of)))
                      Tell(card);
              }},
             {"hidden",
-             [this](Words &words) {
-                 const std::vector<int> rgb = Ints(Rest(words));
+             [this](const auto &colours) {
+                 const std::vector<int> rgb = Ints(colours);
                  const Picture art{1, 1, {rgb.begin(), rgb.end()}}, glow = DeriveUltraviolet(art);
                  Tell("infrared " + std::to_string(DeriveInfrared(art).grey[0]) + ", glow " +
                       testing::PrintToString(std::vector<int>(glow.rgb.begin(), glow.rgb.end())));
