@@ -2,11 +2,11 @@
 #pragma once
 
 #include "platform/recording/recording.h"
-#include "tests/scanner/firmware/wire.h"
+#include "tests/scanner/firmware/host.h"
 #include "tests/support/files.h"
 #include "wire/bytes.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <algorithm>
 
@@ -29,12 +29,18 @@ inline std::vector<Kept> Entries(recording::Reader &reader) {
     return entries;
 }
 
-/// What the host did, and behind that what it was told: threads of their own, each in its order. Answers end
-/// when the telling thread gets to it.
-inline std::vector<Kept> Calls(const std::string &file) {
+/// Of a file that is whole.
+inline std::vector<Kept> Entries(const std::string &file) {
     recording::Reader reader(file);
     auto entries = Entries(reader);
     EXPECT_EQ(reader.HowEnded(), recording::Reader::End::Whole);
+    return entries;
+}
+
+/// What the host did, and behind that what it was told: threads of their own, each in its order. Answers end
+/// when the telling thread gets to it.
+inline std::vector<Kept> Calls(const std::string &file) {
+    auto entries = Entries(file);
     const auto other = [](const Kept &kept) {
         return kept.entry.kind == Kind::Init || kept.entry.kind == Kind::AttachAnswer;
     };
@@ -51,7 +57,7 @@ inline Entry Transfer(bool read, uint32_t thread = 1, uint32_t status = 0) {
     entry.device = 1;
     entry.thread = thread;
     entry.read = read;
-    entry.pipe = read ? 0x81 : 2;
+    entry.pipe = read ? wire::kIn : wire::kOut;
     entry.size = scanner::kMaxReplyBytes;
     entry.status = status;
     return entry;
@@ -67,15 +73,15 @@ struct Author : recording::Writer {
         entry.dataBytes = static_cast<uint32_t>(data.size());
         Add(entry);
     }
-    void Add(Kind kind, uint64_t us = 0, const Bytes &data = {}) {
+    void Add(Kind kind, uint64_t us = 0, const Bytes &data = {}, uint16_t device = 1) {
         Entry entry;
         entry.kind = kind;
-        entry.device = kind == Kind::Attach || kind == Kind::Detach ? 1 : 0;
+        entry.device = device;
         entry.startUs = entry.endUs = us;
         Add(entry, data);
     }
     void Begin() {
-        Add(Kind::Init, 0, recording::Encode({1, 0xF274, 0x0274, "virtual"}));
+        Add(Kind::Init, 0, recording::Encode({1, 0xF274, 0x0274, "virtual"}), 0);
         Add(Kind::Attach, 0, Bytes(27, 1));
     }
     /// A command, and its reply when there is one.
@@ -87,8 +93,8 @@ struct Author : recording::Writer {
         if (!reply.empty())
             Read(reply, thread);
     }
-    void Read(const Bytes &reply, uint32_t thread = 1, uint32_t status = 0) {
-        Entry entry = Transfer(true, thread, status);
+    void Read(const Bytes &reply, uint32_t thread = 1) {
+        Entry entry = Transfer(true, thread);
         entry.transferred = static_cast<uint32_t>(reply.size());
         Add(entry, reply);
     }
@@ -101,5 +107,20 @@ inline Bytes Status(uint16_t word, uint8_t kind = 0) {
     wire::Store16(&reply[6], word);
     return reply;
 }
+
+/// A place for recordings, and the driver in front of a scanner without a past.
+struct RecordingTest : wire::ScannerTest {
+    void TearDown() override {
+        Use("virtual");
+        ScannerTest::TearDown();
+    }
+    static void Use(const std::string &device, const std::string &record = "") {
+        wire::SetVariable("K274_DEVICE", device);
+        wire::SetVariable("K274_RECORD", record);
+    }
+
+    const TempFolder folder;
+    const std::string file = folder.File("a.rec");
+};
 
 } // namespace recorded
