@@ -1,11 +1,9 @@
-// Log lines: their form, where they go, and those of hosts and of threads.
+// Log lines: their form, where they go, and those of threads.
 #include "src/common/running.h"
 #include "src/log/log.h"
 
 #include "include/k274.h"
 #include "src/common/text.h"
-#include "src/state/flags.h"
-#include "tests/support/data.h"
 #include "tests/support/library_fixture.h"
 #include "tests/support/regex.h"
 
@@ -19,8 +17,6 @@ namespace {
 using k274::Format;
 using testing::AllOf;
 using testing::Each;
-using testing::ElementsAre;
-using testing::IsEmpty;
 using testing::SizeIs;
 
 struct LogTest : LibraryTest {};
@@ -67,21 +63,6 @@ TEST_F(LogTest, PathDecidesWhetherAndWhereLinesGo) {
         EXPECT_EQ(directory, working);
     }
     EXPECT_FALSE(std::filesystem::exists(absent));
-}
-
-TEST_F(LogTest, HostTextsWaitForTheMonitorThread) {
-    for (const char *text : {"one", "two", "three", "four", "five"})
-        K274_Log(text);
-    K274_Log(nullptr);
-    EXPECT_THAT(test_clock::Sleeps(), ElementsAre(10, 10, 20, 20, 20));
-    EXPECT_THAT(Log(), IsEmpty());
-    k274::log.FlushDeferred();
-    k274::log.FlushDeferred();
-    EXPECT_THAT(TakeLog(), ElementsAre("one", "two", "five"));
-
-    K274_Log(std::string(1000, 'x').c_str());
-    k274::log.FlushDeferred();
-    EXPECT_THAT(Log(), ElementsAre(std::string(255, 'x')));
 }
 
 TEST_F(LogTest, ThreadsWriteWholeLines) {

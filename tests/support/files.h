@@ -47,3 +47,14 @@ inline std::vector<uint8_t> ReadBytes(const std::filesystem::path &file) {
 inline void WriteText(const std::filesystem::path &file, const std::string &text) {
     std::ofstream(file, std::ios::binary) << text;
 }
+
+/// The lines of a log without their number and time.
+inline std::vector<std::string> LogLines(const std::string &log) {
+    std::vector<std::string> lines;
+    for (size_t from = 0, end; (end = log.find("\r\n", from)) != std::string::npos; from = end + 2) {
+        const std::string line = log.substr(from, end - from);
+        const size_t comma = line.find(", ");
+        lines.push_back(comma == std::string::npos ? line : line.substr(comma + 2));
+    }
+    return lines;
+}

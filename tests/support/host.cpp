@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <condition_variable>
-#include <fstream>
 #include <mutex>
 #include <thread>
 
@@ -14,7 +13,6 @@ struct Heard {
     std::mutex lock;
     std::condition_variable changed;
     std::vector<int> states;
-    size_t mark = 0;
 };
 Heard &heard = *new Heard;
 
@@ -75,8 +73,8 @@ int HostTest::WaitFor(const std::vector<int> &codes, std::chrono::milliseconds t
     std::unique_lock lock(heard.lock);
     int found = 0;
     heard.changed.wait_for(lock, time, [&] {
-        const auto from = heard.states.begin() + static_cast<ptrdiff_t>(heard.mark);
-        const auto at = std::find_first_of(from, heard.states.end(), codes.begin(), codes.end());
+        const auto at =
+            std::find_first_of(heard.states.begin(), heard.states.end(), codes.begin(), codes.end());
         found = at == heard.states.end() ? 0 : *at;
         return found != 0;
     });
@@ -85,22 +83,10 @@ int HostTest::WaitFor(const std::vector<int> &codes, std::chrono::milliseconds t
 
 void HostTest::Mark() {
     std::lock_guard guard(heard.lock);
-    heard.mark = heard.states.size();
+    heard.states.clear();
 }
 
 std::vector<int> HostTest::StatesSinceMark() {
     std::lock_guard guard(heard.lock);
-    return {heard.states.begin() + static_cast<ptrdiff_t>(heard.mark), heard.states.end()};
-}
-
-std::vector<std::string> HostTest::Log() const {
-    std::ifstream file(folder + "K274dll.log", std::ios::binary);
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(file, line);) {
-        if (!line.empty() && line.back() == '\r')
-            line.pop_back();
-        const size_t text = line.find(", ");
-        lines.push_back(text == std::string::npos ? line : line.substr(text + 2));
-    }
-    return lines;
+    return heard.states;
 }

@@ -35,7 +35,7 @@ protected:
     std::vector<int> StatesSinceMark();
 
     /// The log's lines without their number and time.
-    std::vector<std::string> Log() const;
+    std::vector<std::string> Log() const { return LogLines(ReadText(folder + "K274dll.log")); }
 
     const TempFolder own;
     const std::string folder = own.File("");

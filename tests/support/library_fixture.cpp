@@ -8,7 +8,6 @@
 #include "src/state/renew.h"
 #include "tests/support/transcript.h"
 
-#include <fstream>
 #include <map>
 #include <mutex>
 #include <thread>
@@ -56,23 +55,6 @@ void LibraryTest::TearDown() {
     K274_Close();
     AwaitThreadsEnd();
     k274::DriverUninit();
-}
-
-Texts LibraryTest::Log() const {
-    std::ifstream file(LogFile(), std::ios::binary);
-    Texts lines;
-    std::string begun; // a text may hold a line feed of its own
-    for (std::string line; std::getline(file, line);) {
-        line = begun + line;
-        begun = line.empty() || line.back() != '\r' ? line + "\n" : "";
-        if (!begun.empty())
-            continue;
-        line.pop_back();
-        const size_t text = line.find(", ");
-        lines.push_back(text == std::string::npos ? line : line.substr(text + 2));
-    }
-    EXPECT_EQ(begun, "");
-    return lines;
 }
 
 Texts LibraryTest::TakeLog() {

@@ -20,7 +20,7 @@ protected:
     void TearDown() override;
 
     /// The log's lines without their number and time.
-    Texts Log() const;
+    Texts Log() const { return LogLines(ReadText(LogFile())); }
     /// As Log, and then empties the file.
     Texts TakeLog();
     std::string LogFile() const { return folder + "K274dll.log"; }

@@ -342,7 +342,7 @@ void Scenario::Teach() {
     steps["heal"] = Call(scanner, &ScriptedScanner::Heal);
     steps["claim"] = Call([this](int64_t claim) { scanner.claim = claim; });
     steps["claim-sent"] = Call([this](int64_t claim) { scanner.claimSent = claim; });
-    steps["reset-detaches"] = Call([] { TheDriver().onReset = [](uint32_t) { scripted::Detach(); }; });
+    steps["reset-detaches"] = Call([] { TheDriver().resetDetaches = true; });
     steps["decoder"] = Call([](int32_t version) {
         scripted::TheDecoder().minor = version;
         k274::SdVersion();

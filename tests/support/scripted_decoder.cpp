@@ -2,7 +2,6 @@
 
 #include "platform/sd2/sd2.h"
 
-#include <cstring>
 #include <map>
 
 namespace scripted {
@@ -17,9 +16,8 @@ struct Handle {
 };
 
 template <typename Value>
-int32_t Put(void *destination, const Value &value) {
-    std::memcpy(destination, &value, sizeof value);
-    return 1;
+std::string Bytes(const Value &value) {
+    return {reinterpret_cast<const char *>(&value), sizeof value};
 }
 
 } // namespace
@@ -51,32 +49,25 @@ int32_t SD_Decode(void *handle) {
 }
 
 int32_t SD_Get(void *handle, uint32_t property, void *destination) {
+    using scripted::Bytes;
     const scripted::Symbol &found = static_cast<Handle *>(handle)->found;
-    switch (property) {
-    case SD_PROP_VERSION_MAJOR:
-        return scripted::Put(destination, decoder.major);
-    case SD_PROP_VERSION_MINOR:
-        return scripted::Put(destination, decoder.minor);
-    case SD_PROP_VERSION_TEXT:
-        std::memcpy(destination, "1.5.0 of a test", 16);
-        return 1;
-    case SD_PROP_SYMBOLOGY:
-        return scripted::Put(destination, found.symbology);
-    case SD_PROP_TEXT_LENGTH:
-        return scripted::Put(destination, found.claimedLength >= 0 ? found.claimedLength
-                                                                   : static_cast<int32_t>(found.text.size()));
-    case SD_PROP_ORIENTATION:
-        return scripted::Put(destination, found.symbology ? found.orientation : 0);
-    case SD_PROP_INFO:
-        return found.symbology ? scripted::Put(destination, found.info) : 1;
-    case SD_PROP_POSITION:
-        return found.symbology ? scripted::Put(destination, found.position) : 1;
-    case SD_PROP_TEXT:
-        std::memcpy(destination, found.text.data(), found.text.size());
-        return 1;
-    default:
+    const bool any = found.symbology != 0; // otherwise some places stay as they are
+    const auto length = static_cast<int32_t>(found.text.size());
+    const std::map<uint32_t, std::string> values{
+        {SD_PROP_VERSION_MAJOR, Bytes(decoder.major)},
+        {SD_PROP_VERSION_MINOR, Bytes(decoder.minor)},
+        {SD_PROP_VERSION_TEXT, std::string("1.5.0 of a test", 16)},
+        {SD_PROP_SYMBOLOGY, Bytes(found.symbology)},
+        {SD_PROP_TEXT_LENGTH, Bytes(found.claimedLength >= 0 ? found.claimedLength : length)},
+        {SD_PROP_ORIENTATION, Bytes(any ? found.orientation : 0)},
+        {SD_PROP_INFO, any ? Bytes(found.info) : ""},
+        {SD_PROP_POSITION, any ? Bytes(found.position) : ""},
+        {SD_PROP_TEXT, found.text}};
+    const auto value = values.find(property);
+    if (value == values.end())
         return -1;
-    }
+    value->second.copy(static_cast<char *>(destination), value->second.size());
+    return 1;
 }
 
 void SD_Destroy(void *handle) { delete static_cast<Handle *>(handle); }

@@ -22,8 +22,18 @@ int deviceObject, driverObject;
 Sent last;
 
 void NoteCall(const std::string &call) {
+    std::lock_guard guard(Lock());
     driver->calls.push_back(call);
     transcript::Note(call);
+}
+
+void Follow(const WDU_EVENT_TABLE &table) {
+    std::lock_guard guard(Lock());
+    events = table;
+}
+WDU_EVENT_TABLE Followed() {
+    std::lock_guard guard(Lock());
+    return events;
 }
 
 } // namespace
@@ -39,11 +49,7 @@ void ResetDriver() {
 }
 
 void Attach() {
-    WDU_EVENT_TABLE table;
-    {
-        std::lock_guard guard(Lock());
-        table = events;
-    }
+    const WDU_EVENT_TABLE table = Followed();
     WDU_ALTERNATE_SETTING setting{};
     WDU_INTERFACE first{&setting};
     WDU_DEVICE info{};
@@ -55,21 +61,9 @@ void Attach() {
 }
 
 void Detach() {
-    WDU_EVENT_TABLE table;
-    {
-        std::lock_guard guard(Lock());
-        table = events;
-    }
+    const WDU_EVENT_TABLE table = Followed();
     if (table.pfDeviceDetach)
         table.pfDeviceDetach(&deviceObject, table.pUserData);
-}
-
-std::vector<uint8_t> SentCodes() {
-    std::lock_guard guard(Lock());
-    std::vector<uint8_t> codes;
-    for (const Sent &sent : driver->sent)
-        codes.push_back(sent.code);
-    return codes;
 }
 
 int CountSent(uint8_t code) { return static_cast<int>(SentPackets(code).size()); }
@@ -89,25 +83,19 @@ std::vector<uint8_t> Bytes(size_t count, uint8_t value) { return std::vector<uin
 using namespace scripted;
 
 uint32_t WDU_Init(void **handle, WDU_MATCH_TABLE *, uint32_t, WDU_EVENT_TABLE *table, uint32_t) {
-    bool attach;
-    {
-        std::lock_guard guard(Lock());
-        NoteCall("WDU_Init");
-        *handle = &driverObject;
-        if (driver->initStatus)
-            return driver->initStatus;
-        events = *table;
-        attach = driver->attachOnInit;
-    }
-    if (attach)
+    NoteCall("WDU_Init");
+    *handle = &driverObject;
+    if (driver->initStatus)
+        return driver->initStatus;
+    Follow(*table);
+    if (driver->attachOnInit)
         Attach();
     return 0;
 }
 
 void WDU_Uninit(void *) {
-    std::lock_guard guard(Lock());
     NoteCall("WDU_Uninit");
-    events = {};
+    Follow({});
 }
 
 uint32_t WDU_TransferBulk(void *, uint32_t pipe, int32_t read, uint32_t, void *buffer, uint32_t size,
@@ -141,20 +129,14 @@ uint32_t WDU_TransferBulk(void *, uint32_t pipe, int32_t read, uint32_t, void *b
 }
 
 uint32_t WDU_ResetPipe(void *, uint32_t pipe) {
-    std::lock_guard guard(Lock());
     NoteCall("WDU_ResetPipe " + std::to_string(pipe));
     return 0;
 }
 
 uint32_t WDU_ResetDevice(void *, uint32_t option) {
-    std::function<void(uint32_t)> hook;
-    {
-        std::lock_guard guard(Lock());
-        NoteCall("WDU_ResetDevice " + std::to_string(option));
-        hook = driver->onReset;
-    }
-    if (hook)
-        hook(option);
+    NoteCall("WDU_ResetDevice " + std::to_string(option));
+    if (driver->resetDetaches)
+        Detach();
     return 0;
 }
 

@@ -25,14 +25,12 @@ struct Reply {
 struct Driver {
     // Statuses of the calls that open the driver.
     uint32_t initStatus = 0, eventStatus = 0, mutexStatus = 0;
-    bool attachOnInit = true;
+    bool attachOnInit = true, resetDetaches = false;
 
     /// Answer to a send: its status and the claimed count.
     std::function<Reply(const Sent &)> onSend;
     /// Answer to a read; `last` is the command sent before it.
     std::function<Reply(const Sent &last, uint32_t size)> onRead;
-    /// Called for WDU_ResetDevice.
-    std::function<void(uint32_t option)> onReset;
 
     std::vector<Sent> sent;         // every send, in order
     std::vector<std::string> calls; // every other call, in order
@@ -45,8 +43,7 @@ void ResetDriver();
 void Attach();
 void Detach();
 
-/// The commands sent so far, and how often one was sent.
-std::vector<uint8_t> SentCodes();
+/// What was sent so far of a command.
 int CountSent(uint8_t code);
 std::vector<Sent> SentPackets(uint8_t code);
 

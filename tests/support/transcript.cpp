@@ -1,11 +1,11 @@
 #include "tests/support/transcript.h"
 
+#include "tests/support/files.h"
 #include "wire/bytes.h"
 #include "wire/commands.h"
 #include "wire/packet.h"
 
 #include <algorithm>
-#include <fstream>
 #include <mutex>
 #include <numeric>
 #include <sstream>
@@ -28,22 +28,14 @@ std::string log;
 size_t logEnd = 0;
 uint32_t lastNumber = 0; // of the packets sent
 
-/// The log's new lines, without their numbers and times and the decoder's time.
+/// The log's new lines, without the decoder's time.
 void NoteLog() {
-    std::ifstream file(log, std::ios::binary | std::ios::ate);
-    const auto end = static_cast<size_t>(std::max<std::streamoff>(0, file.tellg()));
-    if (end <= logEnd)
-        return;
-    std::string text(end - logEnd, 0);
-    file.seekg(static_cast<std::streamoff>(logEnd));
-    file.read(text.data(), static_cast<std::streamsize>(text.size()));
-    logEnd = end;
-    for (size_t from = 0, to; (to = text.find("\r\n", from)) != std::string::npos; from = to + 2) {
-        std::string line = text.substr(from, to - from);
+    const std::string all = ReadText(log), text = all.substr(std::min(logEnd, all.size()));
+    logEnd = std::max(logEnd, all.size());
+    for (std::string line : LogLines(text)) {
         if (const size_t duration = line.find("dur:"); duration != std::string::npos)
             line.replace(duration + 4, 3, "...");
-        const size_t comma = line.find(", ");
-        lines.push_back({"log \"" + line.substr(comma == std::string::npos ? 0 : comma + 2) + '"', -1, ""});
+        lines.push_back({"log \"" + line + '"', -1, ""});
     }
 }
 
@@ -118,28 +110,28 @@ void NoteSend(const std::vector<uint8_t> &packet, uint32_t status) {
     namespace field = wire::field;
     const char *name = wire::CommandName(packet[0]);
     std::ostringstream text, rest;
+    const auto tell = [](std::ostream &to, const char *what, uint32_t value, uint32_t untold = 0) {
+        if (value != untold)
+            to << ", " << what << value;
+    };
     text << "send " << (name ? name : "?") << " (" << std::hex << int{packet[0]} << std::dec << "), "
          << packet.size() << " bytes";
     Line line;
-    if (packet[field::kSub])
-        text << ", sub " << int{packet[field::kSub]};
-    if (packet[field::kStatus] != wire::kFreshStatus)
-        text << ", status " << int{packet[field::kStatus]};
+    tell(text, "sub ", packet[field::kSub]);
+    tell(text, "status ", packet[field::kStatus], wire::kFreshStatus);
     const uint8_t code = packet[field::kCode];
     const bool image = code >= wire::command::kRgbLines && code <= wire::command::kHiresLines;
     if (const uint16_t word = wire::Load16(&packet[field::kWord0]); word || image) {
         text << ", from ";
         line.number = word;
     }
-    if (const uint16_t word = wire::Load16(&packet[field::kWord1]))
-        rest << ", count " << word;
+    tell(rest, "count ", wire::Load16(&packet[field::kWord1]));
     if (wire::Load32(&packet[field::kArguments]))
         for (size_t i = 0; i < field::kArgumentBytes; ++i)
             rest << (i ? " " : ", arguments ") << int{packet[field::kArguments + i]};
     if (packet.size() >= wire::kHeaderBytes)
         for (const size_t at : {field::kDword0, field::kDword1})
-            if (const uint32_t value = wire::Load32(&packet[at]))
-                rest << ", " << value;
+            tell(rest, "", wire::Load32(&packet[at]));
     std::vector<uint8_t> others(packet.begin(),
                                 packet.begin() + std::min<ptrdiff_t>(packet.size(), wire::kHeaderBytes));
     for (const size_t at : {field::kDword0, field::kDword1})
