@@ -38,8 +38,9 @@ protected:
     void SetUp() override {
         ScannerTest::SetUp();
         SetVariable("K274_DEVICE", GetParam().device);
-        connected_ = GetParam().connect(GetParam().splits);
+        Connect();
     }
+    void Connect() { connected = GetParam().connect(GetParam().splits); }
     void TearDown() override {
         Use("virtual", "");
         ScannerTest::TearDown();
@@ -77,13 +78,13 @@ protected:
     }
 
     bool live = true;
+    std::shared_ptr<void> connected;
 
 private:
     static void Use(const std::string &device, const std::string &record) {
         SetVariable("K274_DEVICE", device);
         SetVariable("K274_RECORD", record);
     }
-    std::shared_ptr<void> connected_;
 };
 INSTANTIATE_TEST_SUITE_P(Each, Driver, testing::ValuesIn(kBackends), [](const auto &of) {
     return std::string(of.param.device) + (of.param.splits ? "InPieces" : "");
@@ -106,9 +107,11 @@ TEST_P(Driver, FollowsTheCablePortCyclesAndResets) {
         host.Close();
         EXPECT_EQ(host.detaches, 1) << "closing is no detach";
     });
+    connected.reset(); // no bus has it still
     VS_Unplug();
     Host late;
     VS_PlugIn();
+    Connect();
     ASSERT_TRUE(late.WaitForNews(1, 0));
     late.Poll();
     // A recording may have it that the scanner left before the call had ended.

@@ -79,6 +79,7 @@ TEST_F(Usb, AResetEndsTransfers) {
             port.behaviour.resetError = error;
             EXPECT_EQ(WDU_ResetDevice(host.lastDevice, 1), error == 0 ? 0 : kGone);
             port.behaviour.resetError = 0;
+            EXPECT_TRUE(error == 0 || host.WaitForNews(2, 1));
         });
         EXPECT_EQ(status, kCanceled) << error;
     }
