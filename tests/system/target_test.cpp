@@ -2,6 +2,7 @@
 // the transport; and the pictures at twice the pitch.
 #include "scanner/optics/optics.h"
 #include "tests/support/compare.h"
+#include "tests/support/data.h"
 #include "tests/support/host.h"
 
 #include <algorithm>
@@ -26,41 +27,34 @@ protected:
 };
 
 TEST_F(TargetTest, DefectsOfTheSensorLowerTheirScores) {
-    const struct {
-        const char *what;
-        VS_StillDefects defects;
-        bool falls[5]; // the scores of front, back, visible, infrared, ultraviolet
-    } kCases[] = {{"dead on the front", {700, 6, 0, 0, 1}, {true, false, true, true, true}},
-                  {"dead on the back", {2000, 6, 0, 0, 1}, {false, true, true, true, true}},
-                  {"step on the front", {0, 0, 600, 40, 1}, {true, false, true, false, true}},
-                  {"step on the back", {0, 0, 2100, 40, 1}, {false, true, true, false, true}}};
     std::vector<uint8_t> image(1224000);
-    const auto capture = [&image](const VS_StillDefects *defects) {
-        EXPECT_EQ(VS_SetStillDefects(defects), VS_OK);
+    const auto capture = [&image](const VS_StillDefects &defects) {
+        EXPECT_EQ(VS_SetStillDefects(&defects), VS_OK);
         EXPECT_EQ(K274_StillImage(image.data()), 0);
         std::vector<int32_t> result(74);
         K274_SiDat(result.data());
         return result;
     };
     constexpr size_t kNoise = 66, kScores = 68, kVerdict = 73;
-    const auto sound = capture(nullptr);
+    const auto sound = capture({0, 0, 0, 0, 1});
     EXPECT_GE(sound[kVerdict], 1);
-    for (const auto &c : kCases) {
-        const auto result = capture(&c.defects);
-        for (size_t k = 0; k < 5; k++) {
+    for (const auto &row : Table("system/defects.txt")) {
+        VS_StillDefects defects{0, 0, 0, 0, 1};
+        Take(row[1], defects.deadFirst, defects.deadCount, defects.stepPixel, defects.stepLevels);
+        const auto result = capture(defects);
+        const std::vector<int> falls = Ints(row[2]);
+        for (size_t k = 0; k < falls.size(); k++) {
             const int fall = sound[kScores + k] - result[kScores + k];
-            EXPECT_TRUE(c.falls[k] ? fall > 5 : std::abs(fall) <= 2)
-                << c.what << ", score " << k << ": " << fall;
+            EXPECT_TRUE(falls[k] ? fall > 5 : std::abs(fall) <= 2) << row[0] << ", " << k << ": " << fall;
         }
-        EXPECT_LT(result[kVerdict], sound[kVerdict]) << c.what;
+        EXPECT_LT(result[kVerdict], sound[kVerdict]) << row[0];
     }
     const VS_StillDefects kRefused[] = {
         {2720, 1, 0, 0, 1}, {0, 2721, 0, 0, 1}, {0, 0, 2720, 1, 1}, {0, 0, 0, 256, 1}, {0, 0, 0, 0, 65}};
     for (const VS_StillDefects &defects : kRefused)
         EXPECT_EQ(VS_SetStillDefects(&defects), VS_BAD_ARGUMENT);
-    const VS_StillDefects silent{0, 0, 0, 0, 0}, noisy{0, 0, 0, 0, 8};
-    EXPECT_EQ(capture(&silent)[kNoise], 0);
-    const auto noise = capture(&noisy);
+    EXPECT_EQ(capture({0, 0, 0, 0, 0})[kNoise], 0);
+    const auto noise = capture({0, 0, 0, 0, 8});
     EXPECT_TRUE(noise[kNoise] > 20 && noise[kVerdict] == -1) << noise[kNoise];
 }
 
