@@ -206,6 +206,10 @@ TEST_F(DeepLies, EndTheReading) {
             EXPECT_EQ(Readable(bad), 3u) << place << ' ' << value;
         }
     }
+    Bytes agreeing = block; // on a length beyond the end
+    wire::Store32(&agreeing[entryAt[3]], 500056);
+    wire::Store32(&agreeing[entryAt[3] + 52], 500000);
+    EXPECT_EQ(Readable(agreeing), 3u);
     EXPECT_EQ(Readable(Bytes(block.begin(), block.end() - 1)), 8u) << "a piece of an entry";
 }
 
