@@ -35,12 +35,6 @@ struct TestImage {
         for (int row = firstRow; row <= lastRow; row++)
             std::fill(At(row, firstColumn), At(row, lastColumn) + ImageView::kChannels, value);
     }
-    /// Sets one channel of a box.
-    void FillChannel(int firstRow, int lastRow, int firstColumn, int lastColumn, int channel, int value) {
-        for (int row = firstRow; row <= lastRow; row++)
-            for (int column = firstColumn; column <= lastColumn; column++)
-                At(row, column)[channel] = static_cast<uint8_t>(value);
-    }
     TestImage &Randomize(uint32_t seed) {
         FillRandom(bytes, seed);
         return *this;

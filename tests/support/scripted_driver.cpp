@@ -66,8 +66,6 @@ void Detach() {
         table.pfDeviceDetach(&deviceObject, table.pUserData);
 }
 
-int CountSent(uint8_t code) { return static_cast<int>(SentPackets(code).size()); }
-
 std::vector<Sent> SentPackets(uint8_t code) {
     std::lock_guard guard(Lock());
     std::vector<Sent> packets;

@@ -44,7 +44,6 @@ void Attach();
 void Detach();
 
 /// What was sent so far of a command.
-int CountSent(uint8_t code);
 std::vector<Sent> SentPackets(uint8_t code);
 
 /// A reply of one byte value.

@@ -7,7 +7,6 @@
 #include <condition_variable>
 #include <map>
 #include <mutex>
-#include <numeric>
 #include <thread>
 
 namespace test_clock {
@@ -16,7 +15,6 @@ namespace {
 
 constexpr int64_t kStart = 1'700'000'000'000;
 std::atomic<int64_t> now{kStart};
-thread_local std::vector<uint32_t> sleeps;
 
 constexpr uint32_t kNoneHeld = 0;
 std::mutex heldLock;
@@ -35,7 +33,6 @@ std::function<void()> NextAction() {
 void Reset() {
     std::lock_guard guard(heldLock);
     now = kStart;
-    sleeps.clear();
     actions.clear();
 }
 
@@ -43,9 +40,6 @@ void After(int64_t milliseconds, std::function<void()> action) {
     std::lock_guard guard(heldLock);
     actions.emplace(now + milliseconds, std::move(action));
 }
-
-std::vector<uint32_t> Sleeps() { return sleeps; }
-uint32_t TotalSlept() { return std::accumulate(sleeps.begin(), sleeps.end(), 0u); }
 
 void Hold(uint32_t milliseconds) {
     std::lock_guard guard(heldLock);
@@ -66,7 +60,6 @@ namespace os {
 
 void SleepMs(uint32_t milliseconds) {
     test_clock::now += milliseconds;
-    test_clock::sleeps.push_back(milliseconds);
     transcript::Note("wait " + std::to_string(milliseconds));
     {
         std::unique_lock guard(test_clock::heldLock);

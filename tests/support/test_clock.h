@@ -4,17 +4,12 @@
 
 #include <cstdint>
 #include <functional>
-#include <vector>
 
 namespace test_clock {
 
 void Reset();
 /// Does something on the thread whose sleep brings the clock so many milliseconds on.
 void After(int64_t milliseconds, std::function<void()> action);
-
-/// The sleeps of the calling thread since Reset.
-std::vector<uint32_t> Sleeps();
-uint32_t TotalSlept();
 
 /// From now on sleeps of this length last until Release.
 void Hold(uint32_t milliseconds);
