@@ -223,6 +223,7 @@ void Scenario::Teach() {
              {"ScanMode", Call(K274_ScanMode)},
              {"AutoFwUpgrade", Call(K274_AutoFwUpgrade)},
              {"Eject", Call(K274_Eject)},
+             {"GuiScan", Call(K274_GuiScan)},
              {"UserLED", Call(K274_UserLED)},
              {"UserBeep", Call(K274_UserBeep)},
              {"SetBcdOpt", Call(K274_SetBcdOpt)},

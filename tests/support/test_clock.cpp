@@ -16,7 +16,7 @@ namespace {
 constexpr int64_t kStart = 1'700'000'000'000;
 std::atomic<int64_t> now{kStart};
 
-constexpr uint32_t kNoneHeld = 0;
+constexpr uint32_t kNoneHeld = 0xFFFFFFFF; // what nobody waits for
 std::mutex heldLock;
 std::condition_variable released;
 uint32_t held = kNoneHeld;
