@@ -86,7 +86,7 @@ uint32_t InterruptedRead(const std::function<void(Host &)> &interrupt) {
             Bytes buffer(40000);
             return WDU_TransferBulk(device, kIn, 1, 0, buffer.data(), 40000, nullptr, 30000);
         });
-        EXPECT_EQ(transfer.wait_for(std::chrono::milliseconds(10)), std::future_status::timeout);
+        EXPECT_EQ(transfer.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
         interrupt(host);
         status = transfer.get();
     }
